@@ -1,0 +1,41 @@
+#pragma once
+
+#include <string>
+
+namespace zevtest {
+
+/// A fresh folder under the build tree's temporary area, removed when the object goes.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& path() const { return m_path; }
+    std::string file(const std::string& name) const { return m_path + "/" + name; }
+
+private:
+    std::string m_path;
+};
+
+/// Sets an environment variable for the life of the object, then puts back what was there.
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const std::string& value);
+    ~ScopedEnv();
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    std::string m_name;
+    bool m_had = false;
+    std::string m_old;
+};
+
+/// Writes a whole file; throws on failure.
+void writeFile(const std::string& path, const std::string& contents);
+/// Reads a whole file; throws on failure.
+std::string readFile(const std::string& path);
+
+}  // namespace zevtest

@@ -1,0 +1,15 @@
+#pragma once
+
+// Every public header of the library. Subsystems add theirs here as they arrive.
+
+#include "zevcore/Export.h"
+#include "zevcore/Version.h"
+
+#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/Module.h"
+#include "zevcore/platform/String.h"
+#include "zevcore/platform/Types.h"
+
+#include "zevcore/frame/Frame.h"
+#include "zevcore/frame/Math.h"
+#include "zevcore/frame/TArray.h"
