@@ -6,6 +6,7 @@
 #include "zevcore/Version.h"
 
 #include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Module.h"
 #include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"

@@ -14,6 +14,7 @@ using LONG = std::int32_t;
 using ULONG = std::uint32_t;
 using BOOL = std::int32_t;
 using UINT = std::uint32_t;
+using UINT_PTR = std::uintptr_t;
 /// A red, green, blue value: red in the low byte, then green, then blue.
 using COLORREF = std::uint32_t;
 /// The status of a settings-store call: 0 is success.
