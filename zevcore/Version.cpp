@@ -1,3 +1,5 @@
 #include "zevcore/Version.h"
 
-const char* ZEVCoreVersion() { return ZEVCORE_VERSION_STRING; }
+const char* ZEVCoreVersion() {
+    return ZEVCORE_VERSION_STRING;
+}

@@ -2,4 +2,6 @@
 // single-instance tests.
 #include "zevcore/frame/Frame.h"
 
-int main(int argc, char** argv) { return argc == 2 && FirstInstance(argv[1]) ? 0 : 1; }
+int main(int argc, char** argv) {
+    return argc == 2 && FirstInstance(argv[1]) ? 0 : 1;
+}

@@ -33,7 +33,9 @@ TEST(StartUp, InitJoinsTheModuleChainOnce) {
     EXPECT_TRUE(ZEVIsInModuleChain(GetCoreDLLResourceHandle()));
 }
 
-TEST(StartUp, NotTheOtherPlatform) { EXPECT_FALSE(IsWindowsVistaOrBetter()); }
+TEST(StartUp, NotTheOtherPlatform) {
+    EXPECT_FALSE(IsWindowsVistaOrBetter());
+}
 
 // Asks FirstInstance in another process, a fresh one that holds no claims of ours.
 bool firstInstanceInChild(const char* name) {
@@ -67,12 +69,14 @@ protected:
         fs::create_directories(dir.file("share/applications"));
         writeFile(dir.file("bin/xdg-mime"),
                   "#!/bin/sh\n"
-                  "echo \"$@\" >> " + dir.file("calls") + "\n"
-                  "case \"$3\" in\n"
-                  "  *.txt) echo text/plain ;;\n"
-                  "  text/plain) echo viewer.desktop ;;\n"
-                  "  *) echo application/octet-stream ;;\n"
-                  "esac\n");
+                  "echo \"$@\" >> " +
+                      dir.file("calls") +
+                      "\n"
+                      "case \"$3\" in\n"
+                      "  *.txt) echo text/plain ;;\n"
+                      "  text/plain) echo viewer.desktop ;;\n"
+                      "  *) echo application/octet-stream ;;\n"
+                      "esac\n");
         writeFile(dir.file("bin/viewer"), "#!/bin/sh\n");
         chmod(dir.file("bin/xdg-mime").c_str(), 0755);
         chmod(dir.file("bin/viewer").c_str(), 0755);

@@ -34,7 +34,7 @@ TEST(TArray, IndexIsCheckedAgainstStorageNotCount) {
 
 TEST(TArray, OutOfRangeReachesOneDummyPerType) {
     CTArray<double> a, b;
-    a[0] = 4.5;  // below lower
+    a[0] = 4.5;            // below lower
     EXPECT_EQ(b[6], 4.5);  // above upper of another array: the same dummy
     EXPECT_EQ(&a[-100], &CTArray<double>::dummy());
     b.add(1.0);

@@ -33,6 +33,6 @@ bool wantsHelp(const std::vector<std::string>& args);
 
 #define ZEV_COMMAND_CAT2(a, b) a##b
 #define ZEV_COMMAND_CAT(a, b) ZEV_COMMAND_CAT2(a, b)
-#define ZEV_COMMAND(...)                                           \
+#define ZEV_COMMAND(...)                                                 \
     static const bool ZEV_COMMAND_CAT(zevCommandRegistered_, __LINE__) = \
         ::zevtool::registerCommand(::zevtool::Command{__VA_ARGS__})

@@ -33,13 +33,15 @@ void printHelp() {
 
 }  // namespace
 
-const std::vector<Command>& commands() { return registry(); }
+const std::vector<Command>& commands() {
+    return registry();
+}
 
 bool registerCommand(Command command) {
     auto& all = registry();
-    auto at = std::lower_bound(all.begin(), all.end(), command, [](const Command& a, const Command& b) {
-        return std::strcmp(a.name, b.name) < 0;
-    });
+    auto at = std::lower_bound(
+        all.begin(), all.end(), command,
+        [](const Command& a, const Command& b) { return std::strcmp(a.name, b.name) < 0; });
     all.insert(at, std::move(command));
     return true;
 }

@@ -6,14 +6,18 @@
 #include "zevcore/platform/Desktop.h"
 #include "zevcore/platform/Module.h"
 
-void InitCoreDLL() { ZEVAddToModuleChain(GetCoreDLLResourceHandle()); }
+void InitCoreDLL() {
+    ZEVAddToModuleChain(GetCoreDLLResourceHandle());
+}
 
 bool SetCoreResources() {
     ZEVSetResourceHandle(GetCoreDLLResourceHandle());
     return ZEVGetResourceHandle() == GetCoreDLLResourceHandle();
 }
 
-HINSTANCE GetCoreDLLResourceHandle() { return ZEVModuleHandle(); }
+HINSTANCE GetCoreDLLResourceHandle() {
+    return ZEVModuleHandle();
+}
 
 bool FirstInstance(const char* windowClass) {
     if (!windowClass) return false;
@@ -41,4 +45,6 @@ const char* ExecutableName(const char* extension) {
     return result;
 }
 
-bool IsWindowsVistaOrBetter() { return false; }
+bool IsWindowsVistaOrBetter() {
+    return false;
+}

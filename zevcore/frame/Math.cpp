@@ -38,11 +38,11 @@ double normalizedTurns(double value, double turn) {
 // The precision both nice functions use below 1,000,000: one decimal fewer per decade from
 // 10 on, never below zero.
 int decimalsForMagnitude(double a, int decimals) {
-    int drop = a < 10.0 ? 0
-               : a < 100.0 ? 1
-               : a < 1000.0 ? 2
-               : a < 10000.0 ? 3
-               : a < 100000.0 ? 4
+    int drop = a < 10.0        ? 0
+               : a < 100.0     ? 1
+               : a < 1000.0    ? 2
+               : a < 10000.0   ? 3
+               : a < 100000.0  ? 4
                : a < 1000000.0 ? 5
                                : decimals;
     return std::max(decimals - drop, 0);
@@ -71,15 +71,25 @@ double round(double x, int places) {
 
 }  // namespace zev
 
-void swapVariables(double& a, double& b) { std::swap(a, b); }
+void swapVariables(double& a, double& b) {
+    std::swap(a, b);
+}
 
-double min3(double a, double b, double c) { return std::min(std::min(a, b), c); }
+double min3(double a, double b, double c) {
+    return std::min(std::min(a, b), c);
+}
 
-double max3(double a, double b, double c) { return std::max(std::max(a, b), c); }
+double max3(double a, double b, double c) {
+    return std::max(std::max(a, b), c);
+}
 
-double average(double a, double b) { return (a + b) * 0.5; }
+double average(double a, double b) {
+    return (a + b) * 0.5;
+}
 
-double average3(double a, double b, double c) { return (a + b + c) / 3; }
+double average3(double a, double b, double c) {
+    return (a + b + c) / 3;
+}
 
 double average_array(const double* v, int n) {
     if (!v || n <= 0) return 0.0;
@@ -93,9 +103,13 @@ double movingAverage(double avg, double value, int n) {
     return avg + (value - avg) / n;
 }
 
-double normalized_degrees(double d) { return normalizedTurns(d, 360.0); }
+double normalized_degrees(double d) {
+    return normalizedTurns(d, 360.0);
+}
 
-double normalized_radians(double r) { return normalizedTurns(r, DEG360); }
+double normalized_radians(double r) {
+    return normalizedTurns(r, DEG360);
+}
 
 double rad_to_deg(double r, bool normalize) {
     double d = RAD2DEG * r;
@@ -136,7 +150,9 @@ double arc_radius(double x1, double y1, double x2, double y2, double x3, double 
     return std::min(0.5 * l1, 0.5 * l2) * std::abs(std::tan(0.5 * angle));
 }
 
-void set_nice_decimals(int n) { gNiceDecimals = (n < 0 || n > 10) ? 3 : n; }
+void set_nice_decimals(int n) {
+    gNiceDecimals = (n < 0 || n > 10) ? 3 : n;
+}
 
 const char* nice(double x) {
     static char buffer[512];

@@ -40,7 +40,9 @@ ZEVCORE_API extern const double HALF_PI;
 ZEVCORE_API extern const double RAD2DEG;
 
 /// -tol < x < tol. False for every x when tol is 0, and for NaN.
-inline bool zero(double x, double tol) { return -tol < x && x < tol; }
+inline bool zero(double x, double tol) {
+    return -tol < x && x < tol;
+}
 
 /// -tol < a - b < tol: purely absolute.
 inline bool equal(double a, double b, double tol) {
@@ -62,8 +64,12 @@ inline bool equal(double a, double b) {
 }
 
 /// +1 for x >= 0 (zero counts as positive), else -1.
-inline int sign(double x) { return x >= 0.0 ? 1 : -1; }
-inline int sign(int x) { return x >= 0 ? 1 : -1; }
+inline int sign(double x) {
+    return x >= 0.0 ? 1 : -1;
+}
+inline int sign(int x) {
+    return x >= 0 ? 1 : -1;
+}
 
 ZEVCORE_API void swapVariables(double& a, double& b);
 ZEVCORE_API double min3(double a, double b, double c);

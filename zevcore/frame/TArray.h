@@ -106,8 +106,8 @@ private:
 
     bool grow() {
         if (growBy < 1 || upper >= kMaxUpper) return false;
-        std::int64_t newUpper = std::min<std::int64_t>(static_cast<std::int64_t>(upper) + growBy,
-                                                       kMaxUpper);
+        std::int64_t newUpper =
+            std::min<std::int64_t>(static_cast<std::int64_t>(upper) + growBy, kMaxUpper);
         T* fresh = new (std::nothrow) T[slotsFor(lower, static_cast<std::int32_t>(newUpper))]();
         if (!fresh) return false;
         for (std::int32_t i = 0; i < count; ++i) fresh[i] = data[i];

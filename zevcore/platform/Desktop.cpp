@@ -65,7 +65,8 @@ std::vector<std::string> dataDirs() {
 // The MIME type of the longest glob "*.ext" in the freedesktop glob lists that matches.
 std::string mimeTypeByExtension(const std::string& fileName) {
     std::string lower;
-    for (char ch : fileName) lower += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    for (char ch : fileName)
+        lower += static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     std::string best;
     size_t bestLength = 0;
     for (const std::string& dir : dataDirs()) {
@@ -77,7 +78,8 @@ std::string mimeTypeByExtension(const std::string& fileName) {
             if (line.empty() || line[0] == '#' || b == std::string::npos) continue;
             std::string glob = line.substr(b + 1);
             glob = glob.substr(0, glob.find(':'));
-            if (glob.size() < 2 || glob[0] != '*' || glob.find_first_of("*?[", 1) != std::string::npos)
+            if (glob.size() < 2 || glob[0] != '*' ||
+                glob.find_first_of("*?[", 1) != std::string::npos)
                 continue;
             std::string tail = glob.substr(1);
             if (lower.size() >= tail.size() && tail.size() > bestLength &&

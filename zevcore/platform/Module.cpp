@@ -35,9 +35,13 @@ CString ZEVModulePath(HINSTANCE module) {
     return CString();
 }
 
-HINSTANCE ZEVGetResourceHandle() { return gResourceHandle; }
+HINSTANCE ZEVGetResourceHandle() {
+    return gResourceHandle;
+}
 
-void ZEVSetResourceHandle(HINSTANCE module) { gResourceHandle = module; }
+void ZEVSetResourceHandle(HINSTANCE module) {
+    gResourceHandle = module;
+}
 
 void ZEVAddToModuleChain(HINSTANCE module) {
     if (!module || ZEVIsInModuleChain(module)) return;
@@ -49,4 +53,6 @@ bool ZEVIsInModuleChain(HINSTANCE module) {
     return std::find(chain.begin(), chain.end(), module) != chain.end();
 }
 
-int ZEVModuleChainLength() { return static_cast<int>(moduleChain().size()); }
+int ZEVModuleChainLength() {
+    return static_cast<int>(moduleChain().size());
+}

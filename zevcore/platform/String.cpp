@@ -10,7 +10,9 @@ namespace {
 // White space as the C library's isspace sees it in the "C" locale.
 constexpr const char* kWhiteSpace = " \t\n\v\f\r";
 
-int clampIndex(int index, int size) { return std::clamp(index, 0, size); }
+int clampIndex(int index, int size) {
+    return std::clamp(index, 0, size);
+}
 
 unsigned char foldCase(char ch) {
     return static_cast<unsigned char>(std::tolower(static_cast<unsigned char>(ch)));
@@ -129,9 +131,15 @@ void CString::AppendFormat(const char* format, ...) {
     m_text += tail.m_text;
 }
 
-CString& CString::Trim() { return Trim(kWhiteSpace); }
-CString& CString::TrimLeft() { return TrimLeft(kWhiteSpace); }
-CString& CString::TrimRight() { return TrimRight(kWhiteSpace); }
+CString& CString::Trim() {
+    return Trim(kWhiteSpace);
+}
+CString& CString::TrimLeft() {
+    return TrimLeft(kWhiteSpace);
+}
+CString& CString::TrimRight() {
+    return TrimRight(kWhiteSpace);
+}
 
 CString& CString::Trim(const char* chars) {
     TrimRight(chars);
@@ -185,17 +193,21 @@ int CString::FindOneOf(const char* chars) const {
     return at == std::string::npos ? -1 : static_cast<int>(at);
 }
 
-CString CString::Mid(int first) const { return Mid(first, GetLength()); }
+CString CString::Mid(int first) const {
+    return Mid(first, GetLength());
+}
 
 CString CString::Mid(int first, int count) const {
     int size = GetLength();
     first = clampIndex(first, size);
     count = std::clamp(count, 0, size - first);
-    return CString(std::string_view(m_text).substr(static_cast<size_t>(first),
-                                                   static_cast<size_t>(count)));
+    return CString(
+        std::string_view(m_text).substr(static_cast<size_t>(first), static_cast<size_t>(count)));
 }
 
-CString CString::Left(int count) const { return Mid(0, count); }
+CString CString::Left(int count) const {
+    return Mid(0, count);
+}
 
 CString CString::Right(int count) const {
     int size = GetLength();

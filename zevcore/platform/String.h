@@ -18,7 +18,7 @@ public:
     CString(const char* text);  // NOLINT: implicit, as text literals are passed everywhere
     CString(const char* text, int length);
     CString(char ch, int repeat = 1);
-    CString(std::string_view text) : m_text(text) {}  // NOLINT
+    CString(std::string_view text) : m_text(text) {}    // NOLINT
     CString(const std::string& text) : m_text(text) {}  // NOLINT
 
     int GetLength() const { return static_cast<int>(m_text.size()); }
