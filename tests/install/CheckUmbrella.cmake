@@ -1,0 +1,13 @@
+# Fails when a header under zevcore/ is missing from zevcore/zevcore.h.
+file(READ ${ROOT}/zevcore/zevcore.h umbrella)
+file(GLOB_RECURSE headers RELATIVE ${ROOT} ${ROOT}/zevcore/*.h)
+set(missing)
+foreach(h IN LISTS headers)
+    if(NOT h STREQUAL "zevcore/zevcore.h" AND NOT umbrella MATCHES "#include \"${h}\"")
+        list(APPEND missing ${h})
+    endif()
+endforeach()
+if(missing)
+    list(JOIN missing "\n  " text)
+    message(FATAL_ERROR "zevcore/zevcore.h does not include:\n  ${text}")
+endif()
