@@ -14,3 +14,5 @@
 #include "zevcore/frame/Frame.h"
 #include "zevcore/frame/Math.h"
 #include "zevcore/frame/TArray.h"
+
+#include "zevcore/files/BinaryStream.h"
