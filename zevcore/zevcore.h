@@ -8,10 +8,12 @@
 #include "zevcore/platform/Desktop.h"
 #include "zevcore/platform/Host.h"
 #include "zevcore/platform/Module.h"
+#include "zevcore/platform/Registry.h"
 #include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
 
 #include "zevcore/frame/Frame.h"
+#include "zevcore/frame/Ini.h"
 #include "zevcore/frame/Math.h"
 #include "zevcore/frame/TArray.h"
 

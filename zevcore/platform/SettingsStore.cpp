@@ -1,0 +1,549 @@
+// The settings store in an SQLite database in WAL mode, shared by every process of the user.
+//
+// What measuring several writers under random kills taught, and this file keeps to:
+// - The write lock is taken only inside BEGIN IMMEDIATE, and a read-modify-write happens
+//   wholly inside it. Opening never writes unless the file is new (the schema is checked
+//   with a read first).
+// - busy_timeout alone still lets SQLITE_BUSY through under a saturated write load, so the
+//   opening and every transaction are retried until one overall deadline.
+// - A read is one read transaction, so it never sees half of another process's write.
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <random>
+#include <thread>
+
+#include "zevcore/platform/Registry.h"
+
+namespace {
+
+using KeyId = IZEVSettingsStore::KeyId;
+
+constexpr int kSchemaVersion = 1;
+constexpr int kApplicationId = 0x5A455652;  // "ZEVR"
+constexpr int kBusyTimeoutMs = 200;
+// Keys 1 to 4 are the roots, in the order of their handle numbers from 0x80000000.
+constexpr KeyId kCurrentUser = 2;
+constexpr KeyId kRootCount = 4;
+
+const char* const kSchema =
+    "CREATE TABLE keys(id INTEGER PRIMARY KEY, parent INTEGER NOT NULL, name TEXT NOT NULL,"
+    " fold TEXT NOT NULL, written INTEGER NOT NULL DEFAULT 0, UNIQUE(parent, fold));"
+    "CREATE TABLE vals(key INTEGER NOT NULL, name TEXT NOT NULL, fold TEXT NOT NULL,"
+    " type INTEGER NOT NULL, data BLOB NOT NULL, PRIMARY KEY(key, fold)) WITHOUT ROWID;"
+    "INSERT INTO keys(id, parent, name, fold) VALUES"
+    " (1, 0, 'HKEY_CLASSES_ROOT', 'hkey_classes_root'),"
+    " (2, 0, 'HKEY_CURRENT_USER', 'hkey_current_user'),"
+    " (3, 0, 'HKEY_LOCAL_MACHINE', 'hkey_local_machine'),"
+    " (4, 0, 'HKEY_USERS', 'hkey_users');"
+    "PRAGMA application_id = 1514493522;"
+    "PRAGMA user_version = 1;";
+static_assert(kApplicationId == 1514493522);
+
+std::string fold(const std::string& name) {
+    std::string folded = name;
+    for (char& c : folded)
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    return folded;
+}
+
+std::int64_t nowMsSinceEpoch() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+bool isBusy(int rc) {
+    rc &= 0xff;
+    return rc == SQLITE_BUSY || rc == SQLITE_LOCKED;
+}
+
+// Creates the folder that will hold the file, with its parents; failures show at open.
+void makeParentFolders(const std::string& path) {
+    for (size_t at = path.find('/', 1); at != std::string::npos; at = path.find('/', at + 1))
+        mkdir(path.substr(0, at).c_str(), 0700);
+}
+
+/// A prepared statement, reset and cleared when the scope ends so it can be used again.
+class Statement {
+public:
+    explicit Statement(sqlite3_stmt* stmt) : m_stmt(stmt) {}
+    ~Statement() {
+        if (m_stmt) {
+            sqlite3_reset(m_stmt);
+            sqlite3_clear_bindings(m_stmt);
+        }
+    }
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+
+    bool ok() const { return m_stmt != nullptr; }
+    Statement& bind(int i, std::int64_t v) {
+        sqlite3_bind_int64(m_stmt, i, v);
+        return *this;
+    }
+    Statement& bind(int i, const std::string& text) {
+        sqlite3_bind_text(m_stmt, i, text.data(), static_cast<int>(text.size()), SQLITE_TRANSIENT);
+        return *this;
+    }
+    Statement& bindBlob(int i, const std::string& bytes) {
+        sqlite3_bind_blob(m_stmt, i, bytes.data(), static_cast<int>(bytes.size()),
+                          SQLITE_TRANSIENT);
+        return *this;
+    }
+    /// SQLITE_ROW, SQLITE_DONE or an error.
+    int step() { return m_stmt ? sqlite3_step(m_stmt) : SQLITE_ERROR; }
+    std::int64_t integer(int col) { return sqlite3_column_int64(m_stmt, col); }
+    std::string text(int col) {
+        const void* p = sqlite3_column_blob(m_stmt, col);
+        int n = sqlite3_column_bytes(m_stmt, col);
+        return p ? std::string(static_cast<const char*>(p), static_cast<size_t>(n)) : std::string();
+    }
+
+private:
+    sqlite3_stmt* m_stmt;
+};
+
+}  // namespace
+
+struct CZEVFileSettingsStore::Impl {
+    CString path;
+    sqlite3* db = nullptr;
+    LSTATUS openStatus = ERROR_BADDB;
+    int deadlineMs = 10000;
+    std::map<const char*, sqlite3_stmt*> statements;
+    std::minstd_rand random{static_cast<unsigned>(nowMsSinceEpoch())};
+
+    ~Impl() {
+        for (auto& entry : statements) sqlite3_finalize(entry.second);
+        if (db) sqlite3_close(db);
+    }
+
+    Statement prepare(const char* sql) {
+        sqlite3_stmt*& stmt = statements[sql];
+        if (!stmt) sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr);
+        return Statement(stmt);
+    }
+
+    int exec(const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr); }
+
+    // A short, growing, jittered pause so that waiting writers do not wake in step.
+    void pause(int attempt) {
+        int ceiling = 1 << (attempt < 5 ? attempt : 5);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1 + random() % ceiling));
+    }
+
+    /// Runs `body` in one transaction (a write transaction when `write`), retrying the whole
+    /// of it while the file is busy, up to the deadline. `body` answers an SQLite result and
+    /// sets the status to answer; a write whose status is not success is rolled back.
+    template <typename Body>
+    LSTATUS transact(bool write, Body body) {
+        if (openStatus != ERROR_SUCCESS) return openStatus;
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
+        for (int attempt = 0;; ++attempt) {
+            LSTATUS status = ERROR_SUCCESS;
+            int rc = exec(write ? "BEGIN IMMEDIATE" : "BEGIN");
+            if (rc == SQLITE_OK) {
+                rc = body(status);
+                if (rc == SQLITE_OK && (status == ERROR_SUCCESS || !write)) rc = exec("COMMIT");
+            }
+            if (!sqlite3_get_autocommit(db)) exec("ROLLBACK");
+            if (rc == SQLITE_OK) return status;
+            if (!isBusy(rc)) return write ? ERROR_CANTWRITE : ERROR_BADDB;
+            if (std::chrono::steady_clock::now() >= deadline) return ERROR_BUSY;
+            pause(attempt);
+        }
+    }
+
+    /// Opens the file and makes sure it holds a store, retrying while it is busy.
+    void open() {
+        std::string file = path.str();
+        makeParentFolders(file);
+        if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
+                            nullptr) != SQLITE_OK)
+            return;
+        sqlite3_busy_timeout(db, kBusyTimeoutMs);
+        sqlite3_extended_result_codes(db, 0);
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
+        for (int attempt = 0;; ++attempt) {
+            int rc = prepareFile();
+            if (rc == SQLITE_OK) {
+                openStatus = ERROR_SUCCESS;
+                return;
+            }
+            if (!isBusy(rc) || std::chrono::steady_clock::now() >= deadline) {
+                openStatus = isBusy(rc) ? ERROR_BUSY : ERROR_BADDB;
+                return;
+            }
+            pause(attempt);
+        }
+    }
+
+    int pragmaInt(const char* sql, std::int64_t& value) {
+        sqlite3_stmt* stmt = nullptr;
+        int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+        if (rc == SQLITE_OK) {
+            rc = sqlite3_step(stmt);
+            if (rc == SQLITE_ROW) {
+                value = sqlite3_column_int64(stmt, 0);
+                rc = SQLITE_OK;
+            } else if (rc == SQLITE_DONE) {
+                rc = SQLITE_ERROR;
+            }
+        }
+        sqlite3_finalize(stmt);
+        return rc;
+    }
+
+    int journalIsWal(bool& wal) {
+        sqlite3_stmt* stmt = nullptr;
+        int rc = sqlite3_prepare_v2(db, "PRAGMA journal_mode", -1, &stmt, nullptr);
+        if (rc == SQLITE_OK && (rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+            const unsigned char* mode = sqlite3_column_text(stmt, 0);
+            wal = mode && std::string(reinterpret_cast<const char*>(mode)) == "wal";
+            rc = SQLITE_OK;
+        }
+        sqlite3_finalize(stmt);
+        return rc;
+    }
+
+    int prepareFile() {
+        // Reads first: a store already set up is opened without taking the write lock.
+        std::int64_t version = 0, appId = 0, objects = 0;
+        int rc = pragmaInt("PRAGMA user_version", version);
+        if (rc == SQLITE_OK) rc = pragmaInt("PRAGMA application_id", appId);
+        if (rc == SQLITE_OK) rc = pragmaInt("SELECT count(*) FROM sqlite_master", objects);
+        if (rc != SQLITE_OK) return rc;
+        bool wal = false;
+        if ((rc = journalIsWal(wal)) != SQLITE_OK) return rc;
+        if (!wal) {
+            if ((rc = exec("PRAGMA journal_mode=WAL")) != SQLITE_OK) return rc;
+            if ((rc = journalIsWal(wal)) != SQLITE_OK) return rc;
+            if (!wal) return SQLITE_CANTOPEN;
+        }
+        // Every commit reaches the disk before it is acknowledged (see docs/settings-store.md).
+        if ((rc = exec("PRAGMA synchronous=FULL")) != SQLITE_OK) return rc;
+        if (version == kSchemaVersion && appId == kApplicationId) return SQLITE_OK;
+        if (objects != 0 || version != 0) return SQLITE_NOTADB;  // somebody else's database
+        if ((rc = exec("BEGIN IMMEDIATE")) != SQLITE_OK) return rc;
+        // Another process may have set the file up while this one waited for the lock.
+        rc = pragmaInt("PRAGMA user_version", version);
+        if (rc == SQLITE_OK && version == 0) rc = exec(kSchema);
+        if (rc == SQLITE_OK) rc = exec("COMMIT");
+        if (!sqlite3_get_autocommit(db)) exec("ROLLBACK");
+        return rc;
+    }
+
+    // Inside a transaction: whether the key still exists.
+    int keyExists(KeyId key, bool& exists) {
+        Statement s = prepare("SELECT 1 FROM keys WHERE id = ?1");
+        s.bind(1, key);
+        int rc = s.step();
+        exists = rc == SQLITE_ROW;
+        return rc == SQLITE_ROW || rc == SQLITE_DONE ? SQLITE_OK : rc;
+    }
+
+    int findChild(KeyId parent, const std::string& name, KeyId& child) {
+        Statement s = prepare("SELECT id FROM keys WHERE parent = ?1 AND fold = ?2");
+        s.bind(1, parent).bind(2, fold(name));
+        int rc = s.step();
+        child = rc == SQLITE_ROW ? s.integer(0) : 0;
+        return rc == SQLITE_ROW || rc == SQLITE_DONE ? SQLITE_OK : rc;
+    }
+
+    int touch(KeyId key) {
+        Statement s = prepare("UPDATE keys SET written = ?2 WHERE id = ?1");
+        s.bind(1, key).bind(2, nowMsSinceEpoch());
+        int rc = s.step();
+        return rc == SQLITE_DONE ? SQLITE_OK : rc;
+    }
+
+    // Inside a transaction: finds the path below `parent`, making what is missing when asked.
+    int walk(KeyId parent, const std::vector<std::string>& parts, bool create, KeyId& key,
+             bool& created, LSTATUS& status) {
+        bool exists = false;
+        int rc = keyExists(parent, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            status = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        created = false;
+        key = parent;
+        for (const std::string& part : parts) {
+            KeyId child = 0;
+            if ((rc = findChild(key, part, child)) != SQLITE_OK) return rc;
+            if (child == 0) {
+                if (!create) {
+                    status = ERROR_FILE_NOT_FOUND;
+                    return SQLITE_OK;
+                }
+                Statement s = prepare(
+                    "INSERT INTO keys(parent, name, fold, written) VALUES (?1, ?2, ?3, ?4)");
+                s.bind(1, key).bind(2, part).bind(3, fold(part)).bind(4, nowMsSinceEpoch());
+                if ((rc = s.step()) != SQLITE_DONE) return rc;
+                child = sqlite3_last_insert_rowid(db);
+                created = true;
+            } else {
+                created = false;
+            }
+            key = child;
+        }
+        return SQLITE_OK;
+    }
+};
+
+IZEVSettingsStore::~IZEVSettingsStore() = default;
+
+CZEVFileSettingsStore::CZEVFileSettingsStore(const char* path) : m_impl(new Impl) {
+    m_impl->path = path ? path : "";
+    if (!m_impl->path.IsEmpty()) m_impl->open();
+}
+
+CZEVFileSettingsStore::~CZEVFileSettingsStore() {
+    delete m_impl;
+}
+
+LSTATUS CZEVFileSettingsStore::OpenStatus() const {
+    return m_impl->openStatus;
+}
+const CString& CZEVFileSettingsStore::Path() const {
+    return m_impl->path;
+}
+void CZEVFileSettingsStore::SetDeadlineMs(int ms) {
+    m_impl->deadlineMs = ms < 0 ? 0 : ms;
+}
+
+bool CZEVFileSettingsStore::CheckIntegrity(std::string& report) {
+    report.clear();
+    if (!m_impl->db) {
+        report = "not open";
+        return false;
+    }
+    sqlite3_stmt* stmt = nullptr;
+    int rc = sqlite3_prepare_v2(m_impl->db, "PRAGMA integrity_check", -1, &stmt, nullptr);
+    while (rc == SQLITE_OK && sqlite3_step(stmt) == SQLITE_ROW) {
+        const unsigned char* line = sqlite3_column_text(stmt, 0);
+        if (!report.empty()) report += '\n';
+        report += line ? reinterpret_cast<const char*>(line) : "";
+    }
+    if (rc != SQLITE_OK) report = sqlite3_errmsg(m_impl->db);
+    sqlite3_finalize(stmt);
+    return report == "ok";
+}
+
+IZEVSettingsStore::KeyId CZEVFileSettingsStore::RootKey(HKEY root) {
+    auto number = reinterpret_cast<std::uintptr_t>(root);
+    if (number < 0x80000000u || number >= 0x80000000u + kRootCount) return 0;
+    return static_cast<KeyId>(number - 0x80000000u) + 1;
+}
+
+bool CZEVFileSettingsStore::IsWritable(KeyId key) {
+    return key == kCurrentUser || key > kRootCount;
+}
+
+LSTATUS CZEVFileSettingsStore::OpenKey(KeyId parent, const std::vector<std::string>& parts,
+                                       bool create, KeyId& key, bool& created) {
+    // Most creations find the key there already: look first without the write lock.
+    LSTATUS status = m_impl->transact(
+        false, [&](LSTATUS& st) { return m_impl->walk(parent, parts, false, key, created, st); });
+    if (status != ERROR_FILE_NOT_FOUND || !create) return status;
+    if (!IsWritable(parent)) return ERROR_ACCESS_DENIED;
+    return m_impl->transact(
+        true, [&](LSTATUS& st) { return m_impl->walk(parent, parts, true, key, created, st); });
+}
+
+LSTATUS CZEVFileSettingsStore::QueryValue(KeyId key, const std::string& name,
+                                          ZEVStoredValue& value) {
+    return m_impl->transact(false, [&](LSTATUS& st) {
+        bool exists = false;
+        int rc = m_impl->keyExists(key, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            st = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        Statement s =
+            m_impl->prepare("SELECT name, type, data FROM vals WHERE key = ?1 AND fold = ?2");
+        s.bind(1, key).bind(2, fold(name));
+        rc = s.step();
+        if (rc == SQLITE_ROW) {
+            value.name = s.text(0);
+            value.type = static_cast<DWORD>(s.integer(1));
+            value.data = s.text(2);
+            return SQLITE_OK;
+        }
+        st = ERROR_FILE_NOT_FOUND;
+        return rc == SQLITE_DONE ? SQLITE_OK : rc;
+    });
+}
+
+LSTATUS CZEVFileSettingsStore::SetValue(KeyId key, const ZEVStoredValue& value) {
+    if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
+    return m_impl->transact(true, [&](LSTATUS& st) {
+        bool exists = false;
+        int rc = m_impl->keyExists(key, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            st = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        // A value written again under another case keeps the name it was made with.
+        Statement s = m_impl->prepare(
+            "INSERT INTO vals(key, name, fold, type, data) VALUES (?1, ?2, ?3, ?4, ?5)"
+            " ON CONFLICT(key, fold) DO UPDATE SET type = excluded.type, data = excluded.data");
+        s.bind(1, key).bind(2, value.name).bind(3, fold(value.name));
+        s.bind(4, static_cast<std::int64_t>(value.type)).bindBlob(5, value.data);
+        if ((rc = s.step()) != SQLITE_DONE) return rc;
+        return m_impl->touch(key);
+    });
+}
+
+LSTATUS CZEVFileSettingsStore::DeleteValue(KeyId key, const std::string& name) {
+    if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
+    return m_impl->transact(true, [&](LSTATUS& st) {
+        bool exists = false;
+        int rc = m_impl->keyExists(key, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            st = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        Statement s = m_impl->prepare("DELETE FROM vals WHERE key = ?1 AND fold = ?2");
+        s.bind(1, key).bind(2, fold(name));
+        if ((rc = s.step()) != SQLITE_DONE) return rc;
+        if (sqlite3_changes(m_impl->db) == 0) {
+            st = ERROR_FILE_NOT_FOUND;
+            return SQLITE_OK;
+        }
+        return m_impl->touch(key);
+    });
+}
+
+LSTATUS CZEVFileSettingsStore::DeleteKey(KeyId key, bool tree, bool keepKey) {
+    if (!keepKey && key <= kRootCount) return ERROR_ACCESS_DENIED;
+    if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
+    return m_impl->transact(true, [&](LSTATUS& st) {
+        bool exists = false;
+        int rc = m_impl->keyExists(key, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            st = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        if (!tree) {
+            Statement s = m_impl->prepare("SELECT 1 FROM keys WHERE parent = ?1 LIMIT 1");
+            s.bind(1, key);
+            rc = s.step();
+            if (rc == SQLITE_ROW) {
+                st = ERROR_ACCESS_DENIED;
+                return SQLITE_OK;
+            }
+            if (rc != SQLITE_DONE) return rc;
+        }
+        static const char* const kBeneath =
+            "WITH RECURSIVE sub(id) AS (SELECT ?1 UNION ALL"
+            " SELECT keys.id FROM keys JOIN sub ON keys.parent = sub.id) ";
+        static const std::string dropValues =
+            std::string(kBeneath) + "DELETE FROM vals WHERE key IN (SELECT id FROM sub)";
+        static const std::string dropKeys = std::string(kBeneath) +
+                                            "DELETE FROM keys WHERE id IN (SELECT id FROM sub)"
+                                            " AND (?2 = 0 OR id <> ?1)";
+        {
+            Statement s = m_impl->prepare(dropValues.c_str());
+            s.bind(1, key);
+            if ((rc = s.step()) != SQLITE_DONE) return rc;
+        }
+        {
+            Statement s = m_impl->prepare(dropKeys.c_str());
+            s.bind(1, key).bind(2, keepKey ? 1 : 0);
+            if ((rc = s.step()) != SQLITE_DONE) return rc;
+        }
+        return keepKey ? m_impl->touch(key) : SQLITE_OK;
+    });
+}
+
+LSTATUS CZEVFileSettingsStore::SubKeys(KeyId key, std::vector<std::string>& names) {
+    return m_impl->transact(false, [&](LSTATUS& st) {
+        names.clear();
+        bool exists = false;
+        int rc = m_impl->keyExists(key, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            st = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        Statement s = m_impl->prepare("SELECT name FROM keys WHERE parent = ?1 ORDER BY fold");
+        s.bind(1, key);
+        while ((rc = s.step()) == SQLITE_ROW) names.push_back(s.text(0));
+        return rc == SQLITE_DONE ? SQLITE_OK : rc;
+    });
+}
+
+LSTATUS CZEVFileSettingsStore::Values(KeyId key, std::vector<ZEVStoredValue>& values) {
+    return m_impl->transact(false, [&](LSTATUS& st) {
+        values.clear();
+        bool exists = false;
+        int rc = m_impl->keyExists(key, exists);
+        if (rc != SQLITE_OK) return rc;
+        if (!exists) {
+            st = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        Statement s =
+            m_impl->prepare("SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY fold");
+        s.bind(1, key);
+        while ((rc = s.step()) == SQLITE_ROW)
+            values.push_back({s.text(0), static_cast<DWORD>(s.integer(1)), s.text(2)});
+        return rc == SQLITE_DONE ? SQLITE_OK : rc;
+    });
+}
+
+LSTATUS CZEVFileSettingsStore::WriteTime(KeyId key, std::int64_t& msSinceEpoch) {
+    return m_impl->transact(false, [&](LSTATUS& st) {
+        Statement s = m_impl->prepare("SELECT written FROM keys WHERE id = ?1");
+        s.bind(1, key);
+        int rc = s.step();
+        if (rc == SQLITE_ROW) {
+            msSinceEpoch = s.integer(0);
+            return SQLITE_OK;
+        }
+        st = ERROR_KEY_DELETED;
+        return rc == SQLITE_DONE ? SQLITE_OK : rc;
+    });
+}
+
+CString ZEVSettingsStorePath() {
+    const char* explicitPath = std::getenv("ZEV_REGISTRY");
+    if (explicitPath && *explicitPath) return explicitPath;
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    std::string base;
+    if (config && *config == '/') {
+        base = config;
+    } else {
+        const char* home = std::getenv("HOME");
+        base = std::string(home ? home : "") + "/.config";
+    }
+    return CString(base + "/ZEV/registry.db");
+}
+
+namespace {
+IZEVSettingsStore* gInstalledStore = nullptr;
+}
+
+IZEVSettingsStore& ZEVSettingsStore() {
+    if (gInstalledStore) return *gInstalledStore;
+    static CZEVFileSettingsStore fallback(ZEVSettingsStorePath());
+    return fallback;
+}
+
+IZEVSettingsStore* ZEVInstallSettingsStore(IZEVSettingsStore* store) {
+    IZEVSettingsStore* previous = gInstalledStore;
+    gInstalledStore = store;
+    return previous;
+}
