@@ -17,4 +17,8 @@
 #include "zevcore/frame/Math.h"
 #include "zevcore/frame/TArray.h"
 
+#include "zevcore/geometry/Line3D.h"
+#include "zevcore/geometry/Point3D.h"
+#include "zevcore/geometry/Vector3D.h"
+
 #include "zevcore/files/BinaryStream.h"
