@@ -14,9 +14,11 @@
 #include "zevcore/platform/Module.h"
 #include "zevcore/platform/Object.h"
 #include "zevcore/platform/Registry.h"
+#include "zevcore/platform/ShellFolders.h"
 #include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
 
+#include "zevcore/frame/Folders.h"
 #include "zevcore/frame/Frame.h"
 #include "zevcore/frame/Ini.h"
 #include "zevcore/frame/Math.h"
