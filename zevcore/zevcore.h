@@ -28,4 +28,6 @@
 #include "zevcore/geometry/Point3D.h"
 #include "zevcore/geometry/Vector3D.h"
 
+#include "zevcore/mesh/TriangleMesher.h"
+
 #include "zevcore/files/BinaryStream.h"

@@ -1,0 +1,607 @@
+#include "zevcore/mesh/TriangleMesher.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "zevcore/frame/Math.h"
+#include "zevcore/geometry/Line3D.h"
+#include "zevcore/geometry/Point3D.h"
+#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/Host.h"
+
+// Triangle's header defines REAL, VOID and INT_PTR as macros and puts its internal types
+// (mesh, vertex, triangle, ...) in the global namespace, so it comes after everything else.
+#include <triangle.h>
+
+static_assert(sizeof(REAL) == sizeof(double), "the mesher hands Triangle arrays of double");
+
+namespace {
+
+// Triangle keeps point counts and indices in int and multiplies them by small factors, so a
+// region may not come near INT_MAX points.
+constexpr std::int64_t kMaxPoints = INT_MAX / 8;
+
+// Coordinates at or beyond the kernel's "big" are not geometry; Triangle's arithmetic
+// overflows or loops on them (and on NaN and infinities), so they are refused up front.
+bool usableCoordinates(const double* xy, int count) {
+    for (std::int64_t i = 0; i < 2 * static_cast<std::int64_t>(count); ++i)
+        if (!(std::abs(xy[i]) < BIG)) return false;
+    return true;
+}
+
+CPoint3D pointAt(const double* xy, int index) {
+    return CPoint3D(xy[2 * index], xy[2 * index + 1], 0.0);
+}
+
+/// Replaces `target` by a copy of `count` points of `source`; a null source leaves null.
+void replaceWith(double*& target, const double* source, int count) {
+    delete[] target;
+    target = nullptr;
+    if (!source) return;
+    std::size_t n = 2 * static_cast<std::size_t>(std::max(count, 0));
+    target = new double[n];
+    std::copy(source, source + n, target);
+}
+
+template <typename T>
+T* copyOf(const T* source, int count, int perItem) {
+    if (!source || count <= 0) return nullptr;
+    std::size_t n = static_cast<std::size_t>(count) * perItem;
+    T* copy = new T[n];
+    std::copy(source, source + n, copy);
+    return copy;
+}
+
+enum class Touch { eNothing, eVertex, eSegment };
+
+/// Where p meets the outline of `size` points starting at point `first` of `xy` (which
+/// holds `total` points). Segment k runs from point k to point k + 1 of the outline; it
+/// closes on the outline's first point when k equals `closeAt`. When `closeAt` is not the
+/// last point, the last segment runs on to the point after the outline, which is the next
+/// hole's first; after the array's last point it closes on the outline's first instead.
+Touch touchOutline(const double* xy, int first, int size, int total, int closeAt, const CPoint3D& p,
+                   int& segment) {
+    for (int k = 0; k < size; ++k) {
+        CPoint3D p1 = pointAt(xy, first + k);
+        int next = (k == closeAt || first + k + 1 >= total) ? first : first + k + 1;
+        CPoint3D p2 = pointAt(xy, next);
+        if (zero(p.distance_to(p1), TOLERANCE) || zero(p.distance_to(p2), TOLERANCE))
+            return Touch::eVertex;
+        if (CLine3D(p1, p2).is_on_segment(p, TOLERANCE)) {
+            segment = k;
+            return Touch::eSegment;
+        }
+    }
+    return Touch::eNothing;
+}
+
+/// The even-odd rule over a closed outline of n points.
+bool insideEvenOdd(const double* xy, int n, double x, double y) {
+    bool inside = false;
+    for (int i = 0, j = n - 1; i < n; j = i++) {
+        double xi = xy[2 * i], yi = xy[2 * i + 1];
+        double xj = xy[2 * j], yj = xy[2 * j + 1];
+        if ((y < yi) != (y < yj)) {
+            double crossing = (xj - xi) * (y - yi) / (yj - yi) + xi;
+            if (x < crossing) inside = !inside;
+        }
+    }
+    return inside;
+}
+
+/// A point inside the hole outline, found beside the midpoint of one of its edges (all but
+/// the closing one), `step` along the edge's normal. False when no edge gives one.
+bool holePoint(const double* xy, int n, double step, double& hx, double& hy) {
+    for (int e = 0; e + 1 < n; ++e) {
+        double ax = xy[2 * e], ay = xy[2 * e + 1];
+        double dx = xy[2 * e + 2] - ax, dy = xy[2 * e + 3] - ay;
+        double length = std::hypot(dx, dy);
+        if (!(length > 0.0)) continue;
+        double mx = ax + dx / 2.0, my = ay + dy / 2.0;
+        double nx = -dy / length * step, ny = dx / length * step;
+        bool left = insideEvenOdd(xy, n, mx + nx, my + ny);
+        bool right = insideEvenOdd(xy, n, mx - nx, my - ny);
+        if (left != right) {
+            hx = left ? mx + nx : mx - nx;
+            hy = left ? my + ny : my - ny;
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Standard output sent to a file for the life of the object, and given back to the host
+/// when it goes, on every path. Without a file nothing is redirected.
+class StdoutToFile {
+public:
+    explicit StdoutToFile(const char* path) {
+        if (!path || !*path) return;
+        std::fflush(stdout);
+        m_saved = ::dup(STDOUT_FILENO);
+        if (m_saved < 0) return;
+        // The file is new and empty, so it is not truncated: on ext4 a truncating open makes
+        // the close write the data out, and the removal wait for it (milliseconds a run).
+        int fd = ::open(path, O_WRONLY | O_CLOEXEC);
+        if (fd < 0 || ::dup2(fd, STDOUT_FILENO) < 0) {
+            if (fd >= 0) ::close(fd);
+            ::close(m_saved);
+            m_saved = -1;
+            return;
+        }
+        ::close(fd);
+    }
+    ~StdoutToFile() { restore(); }
+    StdoutToFile(const StdoutToFile&) = delete;
+    StdoutToFile& operator=(const StdoutToFile&) = delete;
+
+    void restore() {
+        if (m_saved < 0) return;
+        std::fflush(stdout);
+        ::dup2(m_saved, STDOUT_FILENO);
+        ::close(m_saved);
+        m_saved = -1;
+    }
+
+private:
+    int m_saved = -1;
+};
+
+/// Triangle's four records and the input arrays behind them. Triangle allocates the output
+/// arrays; the hole and region lists of its outputs are the input's, copied by pointer, so
+/// they are never freed through an output.
+struct TriangleRecords {
+    triangulateio in{}, mid{}, vor{}, out{};
+    std::vector<REAL> pointList, holeList, areaList;
+    std::vector<int> pointMarkers, segmentList, segmentMarkers;
+
+    TriangleRecords() = default;
+    TriangleRecords(const TriangleRecords&) = delete;
+    TriangleRecords& operator=(const TriangleRecords&) = delete;
+    ~TriangleRecords() {
+        freeOutput(mid);
+        freeOutput(vor);
+        freeOutput(out);
+    }
+
+    static void freeOutput(triangulateio& r) {
+        trifree(r.pointlist);
+        trifree(r.pointattributelist);
+        trifree(r.pointmarkerlist);
+        trifree(r.trianglelist);
+        trifree(r.triangleattributelist);
+        trifree(r.neighborlist);
+        trifree(r.segmentlist);
+        trifree(r.segmentmarkerlist);
+        trifree(r.edgelist);
+        trifree(r.edgemarkerlist);
+        trifree(r.normlist);
+    }
+};
+
+// Markers Triangle carries onto the result's points and segments.
+constexpr int kBoundaryMarker = 1;
+constexpr int kInteriorMarker = 2;
+constexpr int kFirstHoleMarker = 3;
+
+void showMeshingException(const char* errorText, const char* what) {
+    char text[4096];
+    if (errorText[0] != '\0') {
+        std::snprintf(text, sizeof text,
+                      "An error has occurred during the meshing.  You might consider changing "
+                      "mesh size or meshing method.  The diagnostic message is:  %s",
+                      errorText);
+    } else {
+        char message[2048];
+        std::snprintf(message, sizeof message, "%s", what);
+        std::snprintf(text, sizeof text,
+                      "An exception has occurred during the meshing.  You might consider "
+                      "changing mesh size or meshing method. The exception is:  %s",
+                      message);
+    }
+    ZEVDialogs().MessageBox(nullptr, text, "Error", MB_OK);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Life cycle
+
+ZEVTriangleMesher::ZEVTriangleMesher()
+    : numberOfPoints(0),
+      points(nullptr),
+      numberOfTriangles(0),
+      triangles(nullptr),
+      boundary(nullptr),
+      holes(nullptr),
+      interior(nullptr),
+      outlinePoints(nullptr),
+      numberOfOutlinePoints(0),
+      numberOfHolePoints(0),
+      numberOfBoundaryPoints(0),
+      numberOfInteriorPoints(0),
+      errorText{} {}
+
+ZEVTriangleMesher::ZEVTriangleMesher(const ZEVTriangleMesher& other) : ZEVTriangleMesher() {
+    copyFrom(other);
+}
+
+ZEVTriangleMesher& ZEVTriangleMesher::operator=(const ZEVTriangleMesher& other) {
+    if (this != &other) {
+        ZEVTriangleMesher copy(other);  // allocate first, so a failure leaves this intact
+        swapWith(copy);
+    }
+    return *this;
+}
+
+ZEVTriangleMesher::~ZEVTriangleMesher() {
+    freeAll();
+}
+
+void ZEVTriangleMesher::freeAll() {
+    CleanUp();
+    delete[] boundary;
+    delete[] holes;
+    delete[] interior;
+    boundary = holes = interior = nullptr;
+}
+
+void ZEVTriangleMesher::swapWith(ZEVTriangleMesher& other) noexcept {
+    std::swap(numberOfPoints, other.numberOfPoints);
+    std::swap(points, other.points);
+    std::swap(numberOfTriangles, other.numberOfTriangles);
+    std::swap(triangles, other.triangles);
+    std::swap(boundary, other.boundary);
+    std::swap(holes, other.holes);
+    std::swap(interior, other.interior);
+    std::swap(outlinePoints, other.outlinePoints);
+    std::swap(numberOfOutlinePoints, other.numberOfOutlinePoints);
+    std::swap(numberOfHolePoints, other.numberOfHolePoints);
+    std::swap(numberOfBoundaryPoints, other.numberOfBoundaryPoints);
+    std::swap(numberOfInteriorPoints, other.numberOfInteriorPoints);
+    std::swap(errorText, other.errorText);
+}
+
+void ZEVTriangleMesher::copyFrom(const ZEVTriangleMesher& other) {
+    numberOfPoints = other.numberOfPoints;
+    points = copyOf(other.points, other.numberOfPoints, 2);
+    numberOfTriangles = other.numberOfTriangles;
+    triangles = copyOf(other.triangles, other.numberOfTriangles, 3);
+    boundary = copyOf(other.boundary, other.numberOfBoundaryPoints, 2);
+    holes = copyOf(other.holes, other.numberOfHolePoints, 2);
+    interior = copyOf(other.interior, other.numberOfInteriorPoints, 2);
+    outlinePoints = copyOf(other.outlinePoints, other.numberOfOutlinePoints, 2);
+    numberOfOutlinePoints = other.numberOfOutlinePoints;
+    numberOfHolePoints = other.numberOfHolePoints;
+    numberOfBoundaryPoints = other.numberOfBoundaryPoints;
+    numberOfInteriorPoints = other.numberOfInteriorPoints;
+    std::memcpy(errorText, other.errorText, sizeof errorText);
+    errorText[sizeof errorText - 1] = '\0';
+}
+
+void ZEVTriangleMesher::CleanUp() {
+    delete[] points;
+    delete[] triangles;
+    delete[] outlinePoints;
+    points = nullptr;
+    triangles = nullptr;
+    outlinePoints = nullptr;
+    numberOfPoints = 0;
+    numberOfTriangles = 0;
+    numberOfOutlinePoints = 0;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Working arrays
+
+namespace {
+
+struct WorkingArray {
+    double** xy;
+    int* count;
+};
+
+WorkingArray workingArray(ZEVTriangleMesher& m, ETWhichArray which) {
+    switch (which) {
+        case eBoundaryArray:
+            return {&m.boundary, &m.numberOfBoundaryPoints};
+        case eHoleArray:
+            return {&m.holes, &m.numberOfHolePoints};
+        case eInteriorArray:
+            return {&m.interior, &m.numberOfInteriorPoints};
+    }
+    return {nullptr, nullptr};
+}
+
+bool nearAnyPoint(const double* xy, int count, const CPoint3D& p) {
+    for (int i = 0; i < count; ++i)
+        if (zero(p.distance_to(pointAt(xy, i)), TOLERANCE)) return true;
+    return false;
+}
+
+}  // namespace
+
+void ZEVTriangleMesher::insertPointAt(ETWhichArray which, double x, double y, int index) {
+    WorkingArray a = workingArray(*this, which);
+    if (!a.xy) return;
+    int n = std::max(*a.count, 0);
+    index = std::clamp(index, 0, n);
+    double* grown = new double[2 * static_cast<std::size_t>(n + 1)];
+    double* old = *a.xy;
+    std::copy(old, old + 2 * index, grown);
+    grown[2 * index] = x;
+    grown[2 * index + 1] = y;
+    std::copy(old + 2 * index, old + 2 * n, grown + 2 * index + 2);
+    delete[] old;
+    *a.xy = grown;
+    *a.count = n + 1;
+}
+
+void ZEVTriangleMesher::removePointAt(ETWhichArray which, int index) {
+    WorkingArray a = workingArray(*this, which);
+    if (!a.xy || index < 0 || index >= *a.count) return;
+    double* xy = *a.xy;
+    std::copy(xy + 2 * (index + 1), xy + 2 * *a.count, xy + 2 * index);
+    --*a.count;
+}
+
+bool ZEVTriangleMesher::foldIntoOutline(double x, double y, int holeCount, int* holeSizes,
+                                        bool holesCloseOnOwnSize) {
+    const CPoint3D p(x, y, 0.0);
+    const int nb = numberOfBoundaryPoints;
+    int segment = 0;
+    switch (touchOutline(boundary, 0, nb, nb, nb - 1, p, segment)) {
+        case Touch::eVertex:
+            return true;
+        case Touch::eSegment:
+            insertPointAt(eBoundaryArray, x, y, segment + 1);
+            return true;
+        case Touch::eNothing:
+            break;
+    }
+    for (int h = 0, start = 0; h < holeCount; start += holeSizes[h], ++h) {
+        int closeAt = holesCloseOnOwnSize ? holeSizes[h] - 1 : nb - 1;
+        switch (touchOutline(holes, start, holeSizes[h], numberOfHolePoints, closeAt, p, segment)) {
+            case Touch::eVertex:
+                return true;
+            case Touch::eSegment:
+                insertPointAt(eHoleArray, x, y, start + segment + 1);
+                ++holeSizes[h];
+                return true;
+            case Touch::eNothing:
+                break;
+        }
+    }
+    return false;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Meshing
+
+int ZEVTriangleMesher::mesh_it(double* boundaryIn, int boundaryCount, double* interiorIn,
+                               int interiorCount, double* extra, int extraCount, int holeCount,
+                               int* holeSizes, double* holePoints, double maxArea, bool conforming,
+                               bool* holeIsVoid) {
+    try {
+        if (boundaryCount < 3) return 0;
+
+        // How much of holePoints may be read. Sizes that validation will refuse read none of
+        // it, but still leave a (empty) copy, so that the texts come in their usual order.
+        bool holesReadable = holeCount > 0 && holeSizes && holePoints;
+        std::int64_t holeTotal = 0;
+        for (int h = 0; holesReadable && h < holeCount && holeTotal <= kMaxPoints; ++h) {
+            if (holeSizes[h] < 1)
+                holesReadable = false;
+            else
+                holeTotal += holeSizes[h];
+        }
+        if (!holesReadable) holeTotal = 0;
+        std::int64_t total = std::int64_t{boundaryCount} + std::max(interiorCount, 0) +
+                             std::max(extraCount, 0) + holeTotal;
+        if (total > kMaxPoints)
+            throw std::length_error("The region has more points than a mesh can hold.");
+
+        replaceWith(boundary, boundaryIn, boundaryCount);
+        if (interiorCount > 0) replaceWith(interior, interiorIn, interiorCount);
+        numberOfHolePoints = 0;
+        numberOfBoundaryPoints = boundaryCount;
+        numberOfInteriorPoints = interiorCount;
+        if (holeCount > 0) {
+            numberOfHolePoints = static_cast<int>(holeTotal);
+            replaceWith(holes, holePoints, numberOfHolePoints);
+        }
+
+        // Input that validation will refuse is not sorted: the sort would read what is not
+        // there.
+        bool sortable = boundaryIn && interiorCount >= 0 && (interiorCount == 0 || interiorIn) &&
+                        (holeCount <= 0 || holesReadable);
+        if (sortable) {
+            for (int i = 0; extra && i < extraCount; ++i) {
+                double x = extra[2 * i], y = extra[2 * i + 1];
+                if (!foldIntoOutline(x, y, holeCount, holeSizes, false))
+                    insertPointAt(eInteriorArray, x, y, interiorCount);
+            }
+            for (int i = numberOfInteriorPoints - 1; i >= 0; --i) {
+                if (foldIntoOutline(interior[2 * i], interior[2 * i + 1], holeCount, holeSizes,
+                                    true))
+                    removePointAt(eInteriorArray, i);
+            }
+            for (int i = numberOfInteriorPoints - 1; i >= 0; --i) {
+                CPoint3D p = pointAt(interior, i);
+                if (nearAnyPoint(boundary, numberOfBoundaryPoints, p) ||
+                    nearAnyPoint(holes, numberOfHolePoints, p))
+                    removePointAt(eInteriorArray, i);
+            }
+        }
+
+        CleanUp();
+        CreateTriangleMesh(boundary, numberOfBoundaryPoints, interior, numberOfInteriorPoints,
+                           holeCount, holeSizes, holes, maxArea, conforming, holeIsVoid);
+        return numberOfTriangles;
+    } catch (const std::exception& e) {
+        CleanUp();
+        showMeshingException(errorText, e.what());
+    } catch (...) {
+        CleanUp();
+        showMeshingException(errorText, "unknown exception");
+    }
+    return 0;
+}
+
+bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount,
+                                           double* interiorIn, int interiorCount, int holeCount,
+                                           int* holeSizes, double* holePoints, double maxArea,
+                                           bool conforming, bool* holeIsVoid) {
+    // Triangle talks on standard output; the file takes it, and the host gets its output
+    // back however this ends. The file is removed only after a successful run.
+    const CString messageFile = ZEVMakeTempFile("Msh", "");
+    StdoutToFile redirect(messageFile);
+
+    errorText[0] = '\0';
+    TriangleRecords rec;
+    auto fail = [this](const char* text) {
+        std::snprintf(errorText, sizeof errorText, "%s", text);
+        return false;
+    };
+
+    // Triangle reads the area back from its switches, so an area that prints as 0 there is
+    // as bad as 0 itself (and would make Triangle end the process).
+    char areaText[400];
+    std::snprintf(areaText, sizeof areaText, "%f", maxArea);
+
+    if (!boundaryIn) return fail("Bad boundary data was entered.");
+    if (boundaryCount < 3) return fail("Bad boundary count was entered.");
+    if (interiorCount < 0) return fail("Bad interior point count was entered.");
+    if (interiorCount >= 1 && !interiorIn) return fail("Bad interior point data was entered.");
+    if (holeCount < 0) return fail("Bad hole count was entered.");
+    if (holeCount >= 1 && (!holeSizes || !holePoints)) return fail("Bad hole data was entered.");
+    if (!(maxArea > 0.0) || !(std::strtod(areaText, nullptr) > 0.0))
+        return fail("Bad maximum triangle area was entered.");
+    for (int h = 0; h < holeCount; ++h)
+        if (holeSizes[h] < 1) return fail("Bad hole data was entered.");
+    if (!usableCoordinates(boundaryIn, boundaryCount))
+        return fail("Bad boundary data was entered.");
+    if (!usableCoordinates(interiorIn, interiorCount))
+        return fail("Bad interior point data was entered.");
+    int holeTotal = 0;
+    for (int h = 0; h < holeCount; ++h) holeTotal += holeSizes[h];
+    if (!usableCoordinates(holePoints, holeTotal)) return fail("Bad hole data was entered.");
+
+    // Points: boundary, interior, then the outlines of the holes that have more than two
+    // points. Every segment runs from a point's successor back to the point.
+    const bool everyHoleVoid = holeIsVoid == nullptr;
+    int numberOfHoles = holeCount;
+    if (!everyHoleVoid)
+        numberOfHoles = static_cast<int>(std::count(holeIsVoid, holeIsVoid + holeCount, true));
+    auto addPoints = [&rec](const double* xy, int count, int marker) {
+        rec.pointList.insert(rec.pointList.end(), xy, xy + 2 * count);
+        rec.pointMarkers.insert(rec.pointMarkers.end(), count, marker);
+    };
+    auto addOutline = [&rec](int first, int count, int marker) {
+        for (int i = 0; i < count; ++i) {
+            rec.segmentList.push_back(first + (i + 1 < count ? i + 1 : 0));
+            rec.segmentList.push_back(first + i);
+            rec.segmentMarkers.push_back(marker);
+        }
+    };
+    addPoints(boundaryIn, boundaryCount, kBoundaryMarker);
+    addOutline(0, boundaryCount, kBoundaryMarker);
+    if (interiorCount > 0) addPoints(interiorIn, interiorCount, kInteriorMarker);
+
+    for (int h = 0, start = 0; h < holeCount; start += holeSizes[h], ++h) {
+        const double* outline = holePoints + 2 * static_cast<std::size_t>(start);
+        const int size = holeSizes[h];
+        const bool isVoid = everyHoleVoid || holeIsVoid[h];
+        if (size <= 2) {
+            if (isVoid) --numberOfHoles;
+            continue;
+        }
+        addOutline(static_cast<int>(rec.pointMarkers.size()), size, kFirstHoleMarker + h);
+        addPoints(outline, size, kFirstHoleMarker + h);
+
+        double minX = outline[0], maxX = outline[0], minY = outline[1], maxY = outline[1];
+        for (int i = 1; i < size; ++i) {
+            minX = std::min(minX, outline[2 * i]);
+            maxX = std::max(maxX, outline[2 * i]);
+            minY = std::min(minY, outline[2 * i + 1]);
+            maxY = std::max(maxY, outline[2 * i + 1]);
+        }
+        const double extent = std::min(maxX - minX, maxY - minY);
+        if (!(extent > 0.0)) return fail("Hole size is zero!");
+        if (!isVoid) continue;
+        double hx = 0.0, hy = 0.0;
+        if (!holePoint(outline, size, extent / 5.0, hx, hy))
+            return fail("Hole lies on shape boundary, making meshing impossible.");
+        rec.holeList.push_back(hx);
+        rec.holeList.push_back(hy);
+    }
+
+    // Triangle crashes when every point is one and the same; that region has no triangles.
+    const REAL x0 = rec.pointList[0], y0 = rec.pointList[1];
+    bool oneSpot = true;
+    for (std::size_t i = 0; oneSpot && i < rec.pointList.size(); i += 2)
+        oneSpot = rec.pointList[i] == x0 && rec.pointList[i + 1] == y0;
+
+    if (!oneSpot) {
+        rec.in.pointlist = rec.pointList.data();
+        rec.in.pointmarkerlist = rec.pointMarkers.data();
+        rec.in.numberofpoints = static_cast<int>(rec.pointMarkers.size());
+        rec.in.segmentlist = rec.segmentList.data();
+        rec.in.segmentmarkerlist = rec.segmentMarkers.data();
+        rec.in.numberofsegments = static_cast<int>(rec.segmentMarkers.size());
+        rec.in.holelist = rec.holeList.data();
+        rec.in.numberofholes = numberOfHoles;
+
+        // Planar graph, zero-based, with edges, Voronoi diagram and neighbours.
+        char firstSwitches[] = "pzevn";
+        triangulate(firstSwitches, &rec.in, &rec.mid, &rec.vor);
+
+        // Refinement under the area bound: q adds Triangle's default minimum angle, D makes
+        // the mesh conforming Delaunay instead; P leaves the segments out of the output.
+        // Triangle reads per-triangle areas only when the bound is not a number (an infinite
+        // area prints as "inf"); zeros there mean no bound.
+        rec.areaList.assign(static_cast<std::size_t>(std::max(rec.mid.numberoftriangles, 0)), 0.0);
+        rec.mid.trianglearealist = rec.areaList.data();
+        std::string secondSwitches = std::string(conforming ? "prDzPa" : "prqzPa") + areaText;
+        triangulate(secondSwitches.data(), &rec.mid, &rec.out, nullptr);
+    }
+
+    const triangulateio& out = rec.out;
+    numberOfPoints = out.numberofpoints;
+    numberOfOutlinePoints = 0;
+    if (numberOfPoints > 0) {
+        const std::size_t n = 2 * static_cast<std::size_t>(numberOfPoints);
+        points = new double[n];
+        outlinePoints = new double[n];
+        std::copy(out.pointlist, out.pointlist + n, points);
+        for (int i = 0; out.pointmarkerlist && i < numberOfPoints; ++i) {
+            if (out.pointmarkerlist[i] != kBoundaryMarker) continue;
+            outlinePoints[2 * numberOfOutlinePoints] = points[2 * i];
+            outlinePoints[2 * numberOfOutlinePoints + 1] = points[2 * i + 1];
+            ++numberOfOutlinePoints;
+        }
+    }
+    numberOfTriangles = out.numberoftriangles;
+    if (numberOfTriangles > 0) {
+        const int corners = out.numberofcorners;
+        triangles = new int[3 * static_cast<std::size_t>(numberOfTriangles)];
+        for (int t = 0; t < numberOfTriangles; ++t)
+            for (int c = 0; c < 3; ++c)
+                triangles[3 * t + c] = out.trianglelist[static_cast<std::size_t>(t) * corners + c];
+    }
+
+    redirect.restore();
+    std::remove(messageFile);
+    return true;
+}
