@@ -24,8 +24,11 @@
 #include "zevcore/frame/Math.h"
 #include "zevcore/frame/TArray.h"
 
+#include "zevcore/geometry/Line2D.h"
 #include "zevcore/geometry/Line3D.h"
+#include "zevcore/geometry/Point2D.h"
 #include "zevcore/geometry/Point3D.h"
+#include "zevcore/geometry/Vector2D.h"
 #include "zevcore/geometry/Vector3D.h"
 
 #include "zevcore/mesh/TriangleMesher.h"
