@@ -26,6 +26,7 @@
 
 #include "zevcore/geometry/Line2D.h"
 #include "zevcore/geometry/Line3D.h"
+#include "zevcore/geometry/Plane3D.h"
 #include "zevcore/geometry/Point2D.h"
 #include "zevcore/geometry/Point3D.h"
 #include "zevcore/geometry/Vector2D.h"
