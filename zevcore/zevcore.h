@@ -26,9 +26,11 @@
 
 #include "zevcore/geometry/Line2D.h"
 #include "zevcore/geometry/Line3D.h"
+#include "zevcore/geometry/Matrix44.h"
 #include "zevcore/geometry/Plane3D.h"
 #include "zevcore/geometry/Point2D.h"
 #include "zevcore/geometry/Point3D.h"
+#include "zevcore/geometry/Quaternion.h"
 #include "zevcore/geometry/Vector2D.h"
 #include "zevcore/geometry/Vector3D.h"
 
