@@ -37,3 +37,6 @@
 #include "zevcore/mesh/TriangleMesher.h"
 
 #include "zevcore/files/BinaryStream.h"
+#include "zevcore/files/StringEx.h"
+#include "zevcore/files/TextFile.h"
+#include "zevcore/files/Xml.h"
