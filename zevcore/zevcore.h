@@ -12,6 +12,7 @@
 #include "zevcore/platform/File.h"
 #include "zevcore/platform/Host.h"
 #include "zevcore/platform/Module.h"
+#include "zevcore/platform/ProgressView.h"
 #include "zevcore/platform/Object.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/platform/ShellFolders.h"
@@ -22,6 +23,7 @@
 #include "zevcore/frame/Frame.h"
 #include "zevcore/frame/Ini.h"
 #include "zevcore/frame/Math.h"
+#include "zevcore/frame/Progress.h"
 #include "zevcore/frame/TArray.h"
 
 #include "zevcore/geometry/Line2D.h"

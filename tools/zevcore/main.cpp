@@ -5,6 +5,7 @@
 
 #include "Command.h"
 #include "zevcore/Version.h"
+#include "zevcore/platform/Host.h"
 
 namespace zevtool {
 namespace {
@@ -75,6 +76,12 @@ int main(int argc, char** argv) {
         return kSuccess;
     }
     if (!first.empty() && first[0] == '-') return usageError("unknown option '" + first + "'");
+
+    // The console stands for the main window, so that progress reports of long work have an
+    // owner and draw their bar on a terminal.
+    static CZEVHeadlessWindows console;
+    console.SetMainWindow(reinterpret_cast<HWND>(&console));
+    ZEVInstallWindows(&console);
 
     for (const Command& command : commands()) {
         if (first == command.name) {

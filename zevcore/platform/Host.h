@@ -133,12 +133,16 @@ struct ZEVRecordedMessage {
 
 /// The headless window service: there are no windows, so every message is recorded (with a
 /// copy of lParam's text when `CopyTextOf(message)` says it carries one) and answered 0.
+/// There is no main window unless one is named (a command-line program may name a token
+/// for its console, so that progress reports, which need an owner, show).
 class ZEVCORE_API CZEVHeadlessWindows : public IZEVWindowService {
 public:
     LRESULT SendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) override;
     bool PostMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) override;
-    HWND MainWindow() override { return nullptr; }
+    HWND MainWindow() override { return m_main; }
     void PumpMessages() override {}
+
+    void SetMainWindow(HWND window) { m_main = window; }
 
     /// Messages whose lParam is a NUL-terminated text to copy when recorded.
     void CopyTextOf(UINT message) { m_textMessages.push_back(message); }
@@ -149,6 +153,7 @@ private:
     void record(HWND window, UINT message, WPARAM wParam, LPARAM lParam, bool posted);
     std::vector<ZEVRecordedMessage> m_recorded;
     std::vector<UINT> m_textMessages;
+    HWND m_main = nullptr;
 };
 
 /// The headless timer service: timers fire only when the application calls Fire or
