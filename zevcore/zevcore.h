@@ -26,9 +26,11 @@
 #include "zevcore/frame/Progress.h"
 #include "zevcore/frame/TArray.h"
 
+#include "zevcore/geometry/AABB.h"
 #include "zevcore/geometry/Line2D.h"
 #include "zevcore/geometry/Line3D.h"
 #include "zevcore/geometry/Matrix44.h"
+#include "zevcore/geometry/OrientedBox.h"
 #include "zevcore/geometry/Plane3D.h"
 #include "zevcore/geometry/Point2D.h"
 #include "zevcore/geometry/Point3D.h"
