@@ -31,13 +31,6 @@ TEST(AABB, NegativeExtentsIncludeNothing) {
     EXPECT_EQ(b.MaxExtent(), 7.0);
 }
 
-TEST(AABB, EqualityByDistanceWithinTolerance) {
-    const CAABB a(CPoint3D(1, 2, 3), CPoint3D(4, 5, 6));
-    EXPECT_TRUE(a == CAABB(CPoint3D(1, 2, 3 + 9e-6), CPoint3D(4, 5, 6)));
-    EXPECT_TRUE(a != CAABB(CPoint3D(1 + 8e-6, 2, 3 + 8e-6), CPoint3D(4, 5, 6)));  // 1.13e-5
-    EXPECT_TRUE(a != CAABB(CPoint3D(1, 2, 3), CPoint3D(4, 5, 6.1)));
-}
-
 TEST(OrientedBox, CornersAndPlanesInTheirOrder) {
     const COrientedBox box(0, 2, 0, 4, 0, 6);
     const double corners[8][3] = {{0, 0, 6}, {2, 0, 6}, {2, 0, 0}, {0, 0, 0},
