@@ -56,9 +56,10 @@ std::int64_t nowMsSinceEpoch() {
     return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
 }
 
+// Results that mean "another connection is in the way": worth trying again.
 bool isBusy(int rc) {
     rc &= 0xff;
-    return rc == SQLITE_BUSY || rc == SQLITE_LOCKED;
+    return rc == SQLITE_BUSY || rc == SQLITE_LOCKED || rc == SQLITE_PROTOCOL;
 }
 
 // Creates the folder that will hold the file, with its parents; failures show at open.
@@ -214,17 +215,23 @@ struct CZEVFileSettingsStore::Impl {
 
     int prepareFile() {
         // Reads first: a store already set up is opened without taking the write lock.
+        // One read transaction, so that a schema another process commits meanwhile is seen
+        // whole or not at all.
         std::int64_t version = 0, appId = 0, objects = 0;
-        int rc = pragmaInt("PRAGMA user_version", version);
+        int rc = exec("BEGIN");
+        if (rc == SQLITE_OK) rc = pragmaInt("PRAGMA user_version", version);
         if (rc == SQLITE_OK) rc = pragmaInt("PRAGMA application_id", appId);
         if (rc == SQLITE_OK) rc = pragmaInt("SELECT count(*) FROM sqlite_master", objects);
+        if (rc == SQLITE_OK) rc = exec("COMMIT");
+        if (!sqlite3_get_autocommit(db)) exec("ROLLBACK");
         if (rc != SQLITE_OK) return rc;
         bool wal = false;
         if ((rc = journalIsWal(wal)) != SQLITE_OK) return rc;
         if (!wal) {
             if ((rc = exec("PRAGMA journal_mode=WAL")) != SQLITE_OK) return rc;
             if ((rc = journalIsWal(wal)) != SQLITE_OK) return rc;
-            if (!wal) return SQLITE_CANTOPEN;
+            // The mode stays as it was while another connection holds the file.
+            if (!wal) return SQLITE_BUSY;
         }
         // Every commit reaches the disk before it is acknowledged (see docs/settings-store.md).
         if ((rc = exec("PRAGMA synchronous=FULL")) != SQLITE_OK) return rc;

@@ -1,0 +1,68 @@
+// The settings store's cost per call, with every commit flushed to the disk.
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "zevcore/frame/Ini.h"
+#include "zevcore/platform/Registry.h"
+
+namespace {
+
+// A store of its own in the temporary folder for each benchmark, removed afterwards.
+class BenchStore {
+public:
+    BenchStore() : m_path(makePath()), m_store(m_path.c_str()) {
+        m_previous = ZEVInstallSettingsStore(&m_store);
+    }
+    ~BenchStore() {
+        ZEVInstallSettingsStore(m_previous);
+        for (const char* suffix : {"", "-wal", "-shm"}) unlink((m_path + suffix).c_str());
+    }
+
+private:
+    static std::string makePath() {
+        const char* tmp = std::getenv("TMPDIR");
+        return std::string(tmp && *tmp ? tmp : "/tmp") + "/zev-bench-" + std::to_string(getpid()) +
+               ".db";
+    }
+    std::string m_path;
+    CZEVFileSettingsStore m_store;
+    IZEVSettingsStore* m_previous = nullptr;
+};
+
+void BM_WriteIniInt(benchmark::State& state) {
+    BenchStore store;
+    setIniBase("Software\\ZEV\\Bench");
+    int i = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(writeIniInt("Count", ++i));
+}
+BENCHMARK(BM_WriteIniInt);
+
+void BM_ReadIniInt(benchmark::State& state) {
+    BenchStore store;
+    setIniBase("Software\\ZEV\\Bench");
+    writeIniInt("Count", 42);
+    int value = 0;
+    for (auto _ : state) benchmark::DoNotOptimize(readIniInt("Count", value));
+}
+BENCHMARK(BM_ReadIniInt);
+
+void BM_QueryOpenKey(benchmark::State& state) {
+    BenchStore store;
+    HKEY key = nullptr;
+    RegCreateKeyA(HKEY_CURRENT_USER, "Software\\ZEV\\Bench", &key);
+    const DWORD word = 7;
+    RegSetValueExA(key, "Word", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&word), 4);
+    for (auto _ : state) {
+        DWORD data = 0, size = 4;
+        benchmark::DoNotOptimize(
+            RegQueryValueExA(key, "Word", nullptr, nullptr, reinterpret_cast<BYTE*>(&data), &size));
+    }
+    RegCloseKey(key);
+}
+BENCHMARK(BM_QueryOpenKey);
+
+}  // namespace
