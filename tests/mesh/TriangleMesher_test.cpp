@@ -318,6 +318,17 @@ TEST_F(TriangleMesherTest, RegionsWithoutAreaGiveNoTrianglesAndNoCrash) {
     EXPECT_EQ(messageFilesLeft(), 0);
 }
 
+TEST_F(TriangleMesherTest, RepeatedPointsAndSegmentsAreMergedBeforeTriangleSeesThem) {
+    // Triangle itself crashes on both: a segment ending at a repeated point, and (in the
+    // refinement) the segment 0-1 given twice when the last point repeats point 1.
+    r.boundary = {0, 0, 10, 0, 10, 10, 10, 10, 0, 10};
+    ASSERT_GT(r.run(m), 0);
+    expectCovers(m, {}, 100, 1.0, 20.0);
+    r.boundary = {10, 11, 0, 0, 10, 15.875, 15, 11, 0, 10, 8, 0, 0, 0};
+    r.maxArea = 0.3;
+    EXPECT_GT(r.run(m), 0);
+}
+
 TEST_F(TriangleMesherTest, StandardOutputIsRedirectedDuringARunAndGivenBackOnEveryPath) {
     std::string ours = tmp.file("stdout.txt");
     std::fflush(stdout);

@@ -11,8 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <set>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zevcore/frame/Math.h"
@@ -173,6 +175,47 @@ struct TriangleRecords {
         freeOutput(mid);
         freeOutput(vor);
         freeOutput(out);
+    }
+
+    /// Triangle crashes on a segment that ends at an exact duplicate of an earlier point, and
+    /// in refinement on a segment given twice. So duplicate points are merged here into their
+    /// first occurrence (which keeps its marker), and segments that shrink to a point or
+    /// repeat an earlier one are dropped.
+    void mergeDuplicatePoints() {
+        const std::size_t n = pointMarkers.size();
+        auto at = [this](std::size_t i) {
+            return std::pair<REAL, REAL>(pointList[2 * i], pointList[2 * i + 1]);
+        };
+        std::vector<std::size_t> order(n);
+        for (std::size_t i = 0; i < n; ++i) order[i] = i;
+        std::stable_sort(order.begin(), order.end(),
+                         [&](std::size_t a, std::size_t b) { return at(a) < at(b); });
+        std::vector<std::size_t> first(n);
+        for (std::size_t k = 0; k < n; ++k)
+            first[order[k]] =
+                (k > 0 && at(order[k]) == at(order[k - 1])) ? first[order[k - 1]] : order[k];
+        std::vector<int> index(n);
+        std::size_t kept = 0;
+        for (std::size_t i = 0; i < n; ++i) {
+            if (first[i] != i) continue;
+            pointList[2 * kept] = pointList[2 * i];
+            pointList[2 * kept + 1] = pointList[2 * i + 1];
+            pointMarkers[kept] = pointMarkers[i];
+            index[i] = static_cast<int>(kept++);
+        }
+        pointList.resize(2 * kept);
+        pointMarkers.resize(kept);
+        std::size_t segments = 0;
+        std::set<std::pair<int, int>> seen;
+        for (std::size_t s = 0; s < segmentMarkers.size(); ++s) {
+            int a = index[first[segmentList[2 * s]]], b = index[first[segmentList[2 * s + 1]]];
+            if (a == b || !seen.insert(std::minmax(a, b)).second) continue;
+            segmentList[2 * segments] = a;
+            segmentList[2 * segments + 1] = b;
+            segmentMarkers[segments++] = segmentMarkers[s];
+        }
+        segmentList.resize(2 * segments);
+        segmentMarkers.resize(segments);
     }
 
     static void freeOutput(triangulateio& r) {
@@ -547,13 +590,11 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
         rec.holeList.push_back(hy);
     }
 
-    // Triangle crashes when every point is one and the same; that region has no triangles.
-    const REAL x0 = rec.pointList[0], y0 = rec.pointList[1];
-    bool oneSpot = true;
-    for (std::size_t i = 0; oneSpot && i < rec.pointList.size(); i += 2)
-        oneSpot = rec.pointList[i] == x0 && rec.pointList[i + 1] == y0;
+    // Fewer than three distinct points make no triangle (and one alone crashes Triangle).
+    rec.mergeDuplicatePoints();
+    const bool flat = rec.pointMarkers.size() < 3;
 
-    if (!oneSpot) {
+    if (!flat) {
         rec.in.pointlist = rec.pointList.data();
         rec.in.pointmarkerlist = rec.pointMarkers.data();
         rec.in.numberofpoints = static_cast<int>(rec.pointMarkers.size());
