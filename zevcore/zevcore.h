@@ -38,6 +38,7 @@
 #include "zevcore/geometry/Vector2D.h"
 #include "zevcore/geometry/Vector3D.h"
 
+#include "zevcore/mesh/MeshQuad.h"
 #include "zevcore/mesh/TriangleMesher.h"
 
 #include "zevcore/files/BinaryStream.h"
