@@ -383,6 +383,16 @@ TEST_F(TriangleMesherTest, CopiesOwnTheirArrays) {
     EXPECT_EQ(working(copy.points, copy.numberOfPoints), expected);
     EXPECT_EQ(working(assigned.points, assigned.numberOfPoints), expected);
     EXPECT_EQ(working(assigned.boundary, assigned.numberOfBoundaryPoints), r.boundary);
+
+    // Meshing again from its own working copies, its interior given as the extra points.
+    r.interior = {3, 3};
+    ASSERT_GT(r.run(copy), 0);
+    EXPECT_GT(copy.mesh_it(copy.boundary, copy.numberOfBoundaryPoints, copy.interior,
+                           copy.numberOfInteriorPoints, copy.interior, copy.numberOfInteriorPoints,
+                           0, nullptr, nullptr, 2.0, false, nullptr),
+              0);
+    // The repeated point stays in the working copy; Triangle gets it once.
+    EXPECT_EQ(working(copy.interior, copy.numberOfInteriorPoints), (Points{3, 3, 3, 3}));
 }
 
 }  // namespace

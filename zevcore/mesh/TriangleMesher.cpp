@@ -48,13 +48,17 @@ CPoint3D pointAt(const double* xy, int index) {
 }
 
 /// Replaces `target` by a copy of `count` points of `source`; a null source leaves null.
+/// The source may be the target itself (an application meshing again from the working
+/// copies), so the old array goes only after the copy is made.
 void replaceWith(double*& target, const double* source, int count) {
+    double* copy = nullptr;
+    if (source) {
+        std::size_t n = 2 * static_cast<std::size_t>(std::max(count, 0));
+        copy = new double[n];
+        std::copy(source, source + n, copy);
+    }
     delete[] target;
-    target = nullptr;
-    if (!source) return;
-    std::size_t n = 2 * static_cast<std::size_t>(std::max(count, 0));
-    target = new double[n];
-    std::copy(source, source + n, target);
+    target = copy;
 }
 
 template <typename T>
@@ -455,6 +459,11 @@ int ZEVTriangleMesher::mesh_it(double* boundaryIn, int boundaryCount, double* in
         if (total > kMaxPoints)
             throw std::length_error("The region has more points than a mesh can hold.");
 
+        // Taken first: the extra points may be one of the working arrays replaced and grown
+        // below (an application meshing again from them).
+        const std::vector<double> extras =
+            extra ? std::vector<double>(extra, extra + 2 * std::max(extraCount, 0))
+                  : std::vector<double>();
         replaceWith(boundary, boundaryIn, boundaryCount);
         if (interiorCount > 0) replaceWith(interior, interiorIn, interiorCount);
         numberOfHolePoints = 0;
@@ -470,8 +479,8 @@ int ZEVTriangleMesher::mesh_it(double* boundaryIn, int boundaryCount, double* in
         bool sortable = boundaryIn && interiorCount >= 0 && (interiorCount == 0 || interiorIn) &&
                         (holeCount <= 0 || holesReadable);
         if (sortable) {
-            for (int i = 0; extra && i < extraCount; ++i) {
-                double x = extra[2 * i], y = extra[2 * i + 1];
+            for (std::size_t i = 0; i < extras.size(); i += 2) {
+                double x = extras[i], y = extras[i + 1];
                 if (!foldIntoOutline(x, y, holeCount, holeSizes, false))
                     insertPointAt(eInteriorArray, x, y, interiorCount);
             }
