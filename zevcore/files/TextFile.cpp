@@ -35,6 +35,17 @@ const CStringArrayEx& emptyArray() {
     return empty;
 }
 
+// The file's lines, split at line feeds with treatment 0; null, or the message to show.
+const char* readLines(const char* path, CStringArrayEx& lines, CString& message) {
+    CStringEx text;
+    if (!readWhole(path, text)) {
+        message.Format("Failed to open the file: \n\t%s", path);
+        return message;
+    }
+    text.Parse("\n", lines, 0);
+    return nullptr;
+}
+
 bool validIndex(int index, int size) { return index >= 0 && index < size; }
 
 }  // namespace
@@ -48,13 +59,7 @@ const char* CSimpleTextFile::Read(const char* path) {
     static CString message;
     if (!path) return kNoFile;
     m_lines.RemoveAll();
-    CStringEx text;
-    if (!readWhole(path, text)) {
-        message.Format("Failed to open the file: \n\t%s", path);
-        return message;
-    }
-    text.Parse("\n", m_lines, 0);
-    return nullptr;
+    return readLines(path, m_lines, message);
 }
 
 bool CSimpleTextFile::Write(const char* path, const CStringArray& lines) {
@@ -159,13 +164,8 @@ const char* CTabbedTextFile::Read(const char* path) {
     m_rows.clear();
     m_loaded = false;
 
-    CStringEx text;
-    if (!readWhole(path, text)) {
-        message.Format("Failed to open the file: \n\t%s", path);
-        return message;
-    }
     CStringArrayEx lines;
-    text.Parse("\n", lines, 0);
+    if (const char* failure = readLines(path, lines, message)) return failure;
     if (lines.GetSize() < 2) {
         message.Format("File '%s' is empty of data (no data rows).", path);
         return message;

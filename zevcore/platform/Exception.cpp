@@ -33,6 +33,12 @@ CString withFile(const char* text, const CString& fileName) {
     return message;
 }
 
+// The row for a cause; the generic row (1) for a cause outside the table.
+template <std::size_t N>
+const char* textFor(const char* const (&texts)[N], int cause) {
+    return cause >= 0 && static_cast<std::size_t>(cause) < N ? texts[cause] : texts[1];
+}
+
 }  // namespace
 
 CArchiveException::CArchiveException(int cause, const char* fileName, const char* detail)
@@ -52,10 +58,7 @@ CString CArchiveException::ErrorMessage() const {
         "The archive holds an object of an unsupported version of its class.",
         "The archive's buffer is full.",
     };
-    const char* text = m_cause >= 0 && m_cause < static_cast<int>(std::size(texts))
-                           ? texts[m_cause]
-                           : texts[genericException];
-    CString message = withFile(text, m_strFileName);
+    CString message = withFile(textFor(texts, m_cause), m_strFileName);
     if (!m_strDetail.IsEmpty()) message += CString(" ") + m_strDetail;
     return message;
 }
@@ -83,10 +86,7 @@ CString CFileException::ErrorMessage() const {
         "The disk is full.",
         "An unexpected end of file was found.",
     };
-    const char* text = m_cause >= 0 && m_cause < static_cast<int>(std::size(texts))
-                           ? texts[m_cause]
-                           : texts[genericException];
-    return withFile(text, m_strFileName);
+    return withFile(textFor(texts, m_cause), m_strFileName);
 }
 
 int CFileException::OsErrorToException(LONG osError) {
