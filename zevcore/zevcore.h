@@ -45,3 +45,6 @@
 #include "zevcore/files/StringEx.h"
 #include "zevcore/files/TextFile.h"
 #include "zevcore/files/Xml.h"
+
+#include "zevcore/quantities/Expression.h"
+#include "zevcore/quantities/Units.h"

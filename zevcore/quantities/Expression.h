@@ -1,0 +1,174 @@
+#pragma once
+
+// Arithmetic entry: a text such as "2*(3+4)" becomes a tree of nodes that evaluates to one
+// double, with optional named variables. The evaluator knows nothing of units.
+//
+// The grammar, from the loosest binding to the tightest (every binary operator associates to
+// the left, "^" included, so "2^3^2" is 64):
+//
+//   expression := term { ("+" | "-") term }
+//   term       := power { ("*" | "/") power }
+//   power      := compare { "^" compare }
+//   compare    := unary { ("<" | ">") unary }
+//   unary      := "!" unary | factor
+//   factor     := "-" expression | "(" expression ")" | "|" expression "|" | identifier
+//
+// A unary minus takes a whole expression ("-3+4" is -7). Blanks are skipped before a factor
+// and after a number, function or variable, but not after a closing bracket: "(1+2) * 3"
+// stops at the blank and fails. "3x" is one name. Function names (SIN, COS, EXP, SQRT, LOG,
+// TAN, COTAN, ASIN, ACOS, ATAN) are case-blind and take one factor: "SIN 1" works. Angles are
+// radians.
+//
+// Everything here runs on the interface thread: the error of the last evaluation is one
+// static shared by every CExpression.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "zevcore/Export.h"
+#include "zevcore/platform/String.h"
+
+/// The value of a named variable. The base gives 0; an application derives its own.
+class ZEVCORE_API CValue {
+public:
+    CValue() = default;
+    virtual ~CValue();
+    virtual double GetValue();
+    /// Never called by the evaluator; a hook for the application's own refreshing.
+    virtual void UpdateValue();
+};
+
+/// A variable holding one number, 0 until set.
+class ZEVCORE_API CNumericValue : public CValue {
+public:
+    CNumericValue() = default;
+    CNumericValue(const CNumericValue& other);
+    CNumericValue& operator=(const CNumericValue& other);
+    ~CNumericValue() override;
+
+    void SetValue(double value);
+    double GetValue() override;
+
+private:
+    std::unique_ptr<double> m_value;
+};
+
+/// The variable table: names, as typed and case-sensitive, to values. The caller owns the
+/// table and the values; an expression only reads them.
+class ZEVCORE_API CValueMap {
+public:
+    /// Replaces any value of the same name.
+    void SetAt(const CString& name, CValue* value) { m_values[name.str()] = value; }
+    /// False, with `value` untouched, when there is no such name.
+    bool Lookup(const CString& name, CValue*& value) const;
+    bool Lookup(const char* name, CValue*& value) const;
+    bool RemoveKey(const CString& name) { return m_values.erase(name.str()) > 0; }
+    void RemoveAll() { m_values.clear(); }
+    int GetCount() const { return static_cast<int>(m_values.size()); }
+
+private:
+    std::map<std::string, CValue*, std::less<>> m_values;
+};
+
+class ZEVCORE_API CExpression {
+public:
+    /// Node codes. Operators are coded by their own character ('+', '-', '*', '/', '^', '<',
+    /// '>', '!' and '|' for the absolute value).
+    enum : std::uint8_t {
+        kNumber = 0x40,    // '@'
+        kVariable = 0x60,  // '`'
+        kScaled = 0x95,    // left * 10^right, from an exponent such as "1e3"
+        kSin = 0x96,
+        kCos = 0x97,
+        kExp = 0x98,
+        kSqrt = 0x99,
+        kLog = 0x9A,  // natural logarithm
+        kTan = 0x9B,
+        kCotan = 0x9C,
+        kAsin = 0x9D,
+        kAcos = 0x9E,
+        kAtan = 0x9F,
+    };
+
+    /// One node of the tree. A node owns its children and, for a variable, its name: deleting
+    /// the root frees the whole tree.
+    struct ZEVCORE_API nod {
+        nod* left = nullptr;   // left operand; the only operand of a function and of '|'
+        nod* right = nullptr;  // right operand; the only operand of '!'
+        std::uint8_t operation = 0;
+        /// Height of the subtree, 1 for a leaf. Kept so that no tree grows deeper than the
+        /// evaluator can walk.
+        std::uint16_t depth = 1;
+        union {
+            double value;   // kNumber
+            CString* name;  // kVariable, owned
+        };
+
+        nod() : value(0.0) {}
+        nod(const nod&) = delete;
+        nod& operator=(const nod&) = delete;
+        ~nod();
+    };
+
+    /// Trees never get deeper than this, and brackets, unary signs and function operands
+    /// never nest deeper than kMaxNesting; an entry that would is refused by the parser at
+    /// the position where the limit was reached.
+    static constexpr int kMaxDepth = 4000;
+    static constexpr int kMaxNesting = 200;
+
+    CExpression() = default;
+    explicit CExpression(CValueMap* variables) : m_variables(variables) {}
+    /// Copies take the text and the table pointer, start at position 0, and own a deep copy
+    /// of the tree (names included), so each can be evaluated and destroyed on its own.
+    CExpression(const CExpression& other);
+    CExpression& operator=(const CExpression& other);
+    virtual ~CExpression();
+
+    /// Replaces the table pointer (null detaches it). The spelling is the interface's own.
+    void AtachVariables(CValueMap* variables) { m_variables = variables; }
+
+    /// Stores `text` and parses it: the result of UpdateArbore.
+    int ChangeExpression(const CString& text);
+    /// Parses the stored text again. -1 on success; otherwise the position (0 or more) where
+    /// the parse stopped, and there is no tree. A text never set gives 0 and changes nothing.
+    int UpdateArbore();
+    /// Evaluates the tree. -1 when there is no tree (`result` untouched); otherwise `result`
+    /// is set and the answer is the error code: 0 success, 1 division by zero (the value is
+    /// then left / -0.001), 3 unknown variable, 4 argument outside a function's domain (SQRT
+    /// of a negative, LOG of a non-positive number; the value is 0), 10 missing operand. The
+    /// last error met wins. Overflow and the domain of ASIN and ACOS are not checked.
+    int Value(double& result);
+
+    nod* GetArbore() const { return m_tree; }
+    /// A deep copy of the tree, owned by the caller (delete it), or null.
+    nod* CloneTree() const;
+
+private:
+    nod* expresie();
+    nod* termen();
+    nod* putere();
+    nod* logicalOp();
+    nod* sgOp();
+    nod* factor();
+    nod* identificator();
+    nod* binaryLevel(nod* (CExpression::*next)(), char op1, char op2);
+    void SkipSpaces();
+    char at(int position) const;
+    nod* makeNode(std::uint8_t operation, nod* left, nod* right);
+    nod* makeNumber(int first, int last);
+    static nod* clone(const nod* node);
+    static void elibmem(nod*& node);
+    double vexp(const nod* node) const;
+
+    CValueMap* m_variables = nullptr;
+    /// The expression followed by two NUL sentinels; empty until the first ChangeExpression.
+    std::string m_text;
+    std::int32_t m_position = 0;
+    nod* m_tree = nullptr;
+    int m_nesting = 0;
+    bool m_tooDeep = false;
+
+    static int sError;
+};
