@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "zevcore/quantities/UnitsInternal.h"
+#include "zevcore/quantities/UnitsInternal.hpp"
 
 namespace Units {
 namespace {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "zevcore/quantities/UnitsInternal.h"
+#include "zevcore/quantities/UnitsInternal.hpp"
 
 namespace Units {
 namespace detail {

@@ -4,7 +4,7 @@
 
 #include "zevcore/frame/Math.h"
 #include "zevcore/quantities/Units.h"
-#include "zevcore/quantities/UnitsInternal.h"
+#include "zevcore/quantities/UnitsInternal.hpp"
 
 namespace Units {
 namespace detail {

@@ -9,7 +9,7 @@
 #include "zevcore/frame/Math.h"
 #include "zevcore/quantities/Expression.h"
 #include "zevcore/quantities/Units.h"
-#include "zevcore/quantities/UnitsInternal.h"
+#include "zevcore/quantities/UnitsInternal.hpp"
 
 namespace Units {
 namespace {

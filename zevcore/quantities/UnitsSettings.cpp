@@ -1,7 +1,7 @@
 #include <map>
 #include <string>
 
-#include "zevcore/quantities/UnitsInternal.h"
+#include "zevcore/quantities/UnitsInternal.hpp"
 
 // Until the settings store is wired in, the style settings live for the life of the process.
 namespace Units::detail {

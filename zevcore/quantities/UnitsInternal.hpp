@@ -1,7 +1,7 @@
 #pragma once
 
 // The unit system's shared state, for the library's own quantity files. Not part of the
-// interface: nothing here is exported.
+// interface: nothing here is exported, and the header (.hpp) is not installed.
 
 #include <cstdint>
 
