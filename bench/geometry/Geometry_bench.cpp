@@ -21,52 +21,45 @@ std::vector<CLine3D> sampleLines3D() {
     return lines;
 }
 
-// The mesher's inner loops test every new edge against its neighbours with these three.
-void BM_LinesCross(benchmark::State& state) {
-    const std::vector<CLine3D> lines = sampleLines3D();
-    for (auto _ : state) {
-        int hits = 0;
-        CPoint3D at;
-        for (size_t i = 1; i < lines.size(); ++i) hits += lines[i - 1].lines_cross(lines[i], at);
-        benchmark::DoNotOptimize(hits);
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(lines.size() - 1));
-}
-BENCHMARK(BM_LinesCross);
-
-void BM_ParametricIntersection(benchmark::State& state) {
-    const std::vector<CLine3D> lines = sampleLines3D();
-    for (auto _ : state) {
-        int hits = 0;
-        CPoint3D at;
-        for (size_t i = 1; i < lines.size(); ++i)
-            hits += lines[i - 1].intersection(lines[i], at, true);
-        benchmark::DoNotOptimize(hits);
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(lines.size() - 1));
-}
-BENCHMARK(BM_ParametricIntersection);
-
-void BM_SegmentDistance(benchmark::State& state) {
+// Runs `pair` over each line and its successor; the mesher's inner loops test every new edge
+// against its neighbours this way.
+template <typename Pair>
+void runOverNeighbours(benchmark::State& state, Pair pair) {
     const std::vector<CLine3D> lines = sampleLines3D();
     for (auto _ : state) {
         double sum = 0.0;
-        for (size_t i = 1; i < lines.size(); ++i) sum += lines[i - 1].JL_Distance_to(lines[i]);
+        for (size_t i = 1; i < lines.size(); ++i) sum += pair(lines[i - 1], lines[i]);
         benchmark::DoNotOptimize(sum);
     }
     state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(lines.size() - 1));
 }
+
+void BM_LinesCross(benchmark::State& state) {
+    runOverNeighbours(state, [](const CLine3D& a, const CLine3D& b) {
+        CPoint3D at;
+        return a.lines_cross(b, at) ? 1.0 : 0.0;
+    });
+}
+BENCHMARK(BM_LinesCross);
+
+void BM_ParametricIntersection(benchmark::State& state) {
+    runOverNeighbours(state, [](const CLine3D& a, const CLine3D& b) {
+        CPoint3D at;
+        return a.intersection(b, at, true) ? 1.0 : 0.0;
+    });
+}
+BENCHMARK(BM_ParametricIntersection);
+
+void BM_SegmentDistance(benchmark::State& state) {
+    runOverNeighbours(state,
+                      [](const CLine3D& a, const CLine3D& b) { return a.JL_Distance_to(b); });
+}
 BENCHMARK(BM_SegmentDistance);
 
 void BM_IsOnSegment(benchmark::State& state) {
-    const std::vector<CLine3D> lines = sampleLines3D();
-    for (auto _ : state) {
-        int hits = 0;
-        for (size_t i = 1; i < lines.size(); ++i)
-            hits += lines[i - 1].is_on_segment(lines[i].p1, 1e-3);
-        benchmark::DoNotOptimize(hits);
-    }
-    state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(lines.size() - 1));
+    runOverNeighbours(state, [](const CLine3D& a, const CLine3D& b) {
+        return a.is_on_segment(b.p1, 1e-3) ? 1.0 : 0.0;
+    });
 }
 BENCHMARK(BM_IsOnSegment);
 
