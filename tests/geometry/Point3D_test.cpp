@@ -69,6 +69,10 @@ TEST(Vector3D, DirectionNamesAxesWithinTolerance) {
     CVector3D v;
     v.direction(CVector3D::eOther);
     EXPECT_XYZ_NEAR(v, 1, 0, 0);
+    EXPECT_STREQ(CVector3D(0, 0, 0).directionText(), "+X");
+    EXPECT_STREQ(CVector3D(0, -3, 0).directionText(), "-Y");
+    // Whole numbers plainly, below 1 with the default three decimals plus one.
+    EXPECT_STREQ(CVector3D(1, -2, 0.5).directionText(), "(1,-2,0.5000)");
 }
 
 TEST(Vector3D, TinyVectorsStayAsTheyAre) {

@@ -120,6 +120,10 @@ public:
     }
     /// Sets the unit vector of d; an unknown d gives +X.
     void direction(ETVectorDirection d);
+    /// "+X", "+Y", "+Z", "-X", "-Y" or "-Z" as `direction()` names the axis, otherwise
+    /// "(x,y,z)" with each coordinate shown as a unitless quantity. Points into a static
+    /// buffer that the next call overwrites.
+    char* directionText() const;
 };
 
 inline constexpr CVector3D X_AXIS{1.0, 0.0, 0.0};
