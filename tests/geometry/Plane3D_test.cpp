@@ -67,14 +67,6 @@ TEST(Plane3D, AxesFromANormalFollowTheOrderOfTests) {
     EXPECT_XYZ_NEAR(yz.xVector(), 0, 1 / m, -0.6 / m);
 }
 
-TEST(Plane3D, AxesConstructorKeepsTheCrossProductUnscaled) {
-    const CPlane3D skew(CVector3D(1, 0, 0), CVector3D(1, 1, 0), CPoint3D(0, 0, 4));
-    const double h = 1 / std::sqrt(2.0);
-    EXPECT_XYZ_NEAR(skew.n(), 0, 0, h);
-    EXPECT_XYZ_NEAR(skew.yVector(), h, h, 0);
-    EXPECT_NEAR(skew.D(), 4 * h, 1e-12);
-}
-
 TEST(Plane3D, LineIntersectionIsOnTheInfiniteLine) {
     EXPECT_XYZ_NEAR(kZ2.intersection(CLine3D(1, 1, 0, 1, 1, 0.5)), 1, 1, 2);
     EXPECT_XYZ_NEAR(kZ2.intersection(CLine3D(0, 0, 5, 1, 1, 4)), 3, 3, 2);

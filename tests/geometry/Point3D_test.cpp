@@ -87,12 +87,6 @@ TEST(Vector3D, TinyVectorsStayAsTheyAre) {
     EXPECT_DOUBLE_EQ(CVector3D(0, 0, 0).angle(CVector3D(1, 0, 0), TOLERANCE), M_PI / 2);
 }
 
-TEST(Vector3D, RelationsAreJudgedOnTheVectorsAsTheyStand) {
-    EXPECT_TRUE(CVector3D(1, 2, 3).is_parallel(CVector3D(-2, -4, -6), TOLERANCE));
-    EXPECT_TRUE(CVector3D(1, 0, 0).is_orthogonal(CVector3D(5e-6, 1, 0), TOLERANCE));
-    EXPECT_FALSE(CVector3D(1000, 0, 0).is_orthogonal(CVector3D(5e-6, 1, 0), TOLERANCE));
-}
-
 TEST(Vector3D, ScalarProductChangesTheVectorAndCopiesStartWithNoFourthValue) {
     CVector3D v(1, 2, 3);
     v.w = 7;
