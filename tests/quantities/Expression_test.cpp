@@ -185,11 +185,13 @@ TEST(Expression, CopiesShareTheTableAndOwnTheirTrees) {
 
 TEST(Expression, DeepEntriesAreRefusedNotOverflowed) {
     std::string brackets(CExpression::kMaxNesting + 1, '(');
-    brackets += "1" + std::string(CExpression::kMaxNesting + 1, ')');
+    brackets += '1';
+    brackets.append(CExpression::kMaxNesting + 1, ')');
     EXPECT_GE(evaluate(brackets.c_str()).parse, 0);
 
     std::string nested(CExpression::kMaxNesting - 1, '(');
-    nested += "1" + std::string(CExpression::kMaxNesting - 1, ')');
+    nested += '1';
+    nested.append(CExpression::kMaxNesting - 1, ')');
     EXPECT_EQ(evaluate(nested.c_str()).value, 1.0);
 
     std::string chain = "1";

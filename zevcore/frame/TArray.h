@@ -108,9 +108,12 @@ private:
         if (growBy < 1 || upper >= kMaxUpper) return false;
         std::int64_t newUpper =
             std::min<std::int64_t>(static_cast<std::int64_t>(upper) + growBy, kMaxUpper);
-        T* fresh = new (std::nothrow) T[slotsFor(lower, static_cast<std::int32_t>(newUpper))]();
+        std::size_t slots = slotsFor(lower, static_cast<std::int32_t>(newUpper));
+        T* fresh = new (std::nothrow) T[slots]();
         if (!fresh) return false;
-        for (std::int32_t i = 0; i < count; ++i) fresh[i] = data[i];
+        // count never exceeds the new slots; the bound says so to the optimiser too.
+        std::size_t keep = std::min(static_cast<std::size_t>(count), slots);
+        for (std::size_t i = 0; i < keep; ++i) fresh[i] = data[i];
         delete[] data;
         data = fresh;
         upper = static_cast<std::int32_t>(newUpper);
