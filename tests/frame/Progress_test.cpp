@@ -296,11 +296,6 @@ TEST_F(Progress, OwnCursorShowsTheArrowInsideTheClientArea) {
         EXPECT_EQ(log.arrow, m.arrow) << m.x << "," << m.y;
         EXPECT_EQ(dialog.mouseInside, m.arrow);
     }
-    dialog.SetProgressDialogData(1.5, 2.5);
-    double a = 0, b = 0;
-    dialog.GetProgressDialogData(&a, &b);
-    EXPECT_EQ(a, 1.5);
-    EXPECT_EQ(b, 2.5);
 }
 
 TEST(ProgressText, DrawsOneLineInPlaceAndClearsItAtTheEnd) {

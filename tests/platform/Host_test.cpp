@@ -82,3 +82,32 @@ TEST(HeadlessHost, InstallingAndRestoringServices) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ScriptedHost, DialogsAnswerFromTheScriptAndRecordTheQuestions) {
+    CZEVScriptedDialogs dialogs;
+    dialogs.AnswerMessage(IDNO);
+    dialogs.AnswerFile("/tmp/deck.zev");
+    dialogs.AnswerFile("");  // the next chooser is cancelled
+    dialogs.AnswerColor(RGB(1, 2, 3));
+    EXPECT_EQ(dialogs.MessageBox(nullptr, "Save?", "Designer", MB_YESNOCANCEL), IDNO);
+    EXPECT_EQ(dialogs.MessageBox(nullptr, "Again?", "Designer", MB_RETRYCANCEL), IDRETRY);
+    CString path("unchanged");
+    EXPECT_TRUE(dialogs.ChooseFile({"Open", "/tmp", "Projects|*.zev", false}, path));
+    EXPECT_STREQ(path, "/tmp/deck.zev");
+    EXPECT_FALSE(dialogs.ChooseFolder("Data", path));
+    EXPECT_STREQ(path, "/tmp/deck.zev");
+    COLORREF color = 0;
+    EXPECT_TRUE(dialogs.ChooseColor(color));
+    EXPECT_EQ(color, RGB(1, 2, 3));
+    LOGFONTA font{};
+    EXPECT_FALSE(dialogs.ChooseFont(font, color));
+    ASSERT_EQ(dialogs.Asked().size(), 6u);
+    EXPECT_EQ(dialogs.Asked()[0].text, "Save?");
+    EXPECT_EQ(dialogs.Asked()[0].type, static_cast<UINT>(MB_YESNOCANCEL));
+    EXPECT_EQ(dialogs.Asked()[2].kind, "file");
+    EXPECT_EQ(dialogs.Asked()[3].text, "Data");
+}
+
+}  // namespace

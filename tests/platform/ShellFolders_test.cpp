@@ -63,18 +63,6 @@ TEST(ShellFolders, CommonDataFallsBackToTheUsersStateFolder) {
     EXPECT_STREQ(path, "/state");
 }
 
-TEST(ShellFolders, AppendingPutsOneSlashBetween) {
-    struct {
-        const char* path;
-        const char* name;
-        const char* result;
-    } cases[] = {
-        {"/a", "b", "/a/b"},   {"/a/", "b", "/a/b"}, {"/a", "/b", "/a/b"}, {"/a", "", "/a"},
-        {"/a", nullptr, "/a"}, {"", "b", "b"},       {"/", "b", "/b"},     {"/a", "b/c", "/a/b/c"},
-    };
-    for (const auto& c : cases) EXPECT_STREQ(ZEVAppendPath(c.path, c.name), c.result);
-}
-
 TEST(ShellFolders, MountPoints) {
     EXPECT_STREQ(ZEVMountPointOf("/"), "/");
     EXPECT_STREQ(ZEVMountPointOf("/no/such/place"), "");

@@ -142,3 +142,52 @@ std::uint64_t CZEVSteadyClock::NowMs() {
     return static_cast<std::uint64_t>(
         duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
+
+namespace {
+
+// Takes the first element of a script, if there is one.
+template <typename T>
+bool takeNext(std::vector<T>& script, T& next) {
+    if (script.empty()) return false;
+    next = script.front();
+    script.erase(script.begin());
+    return true;
+}
+
+}  // namespace
+
+int CZEVScriptedDialogs::MessageBox(HWND, const char* text, const char* caption, UINT type) {
+    m_asked.push_back({"message", text ? text : "", caption ? caption : "", type});
+    int answer = 0;
+    return takeNext(m_answers, answer) ? answer : buttonsOf(type).front();
+}
+
+bool CZEVScriptedDialogs::ChooseFile(const ZEVFileDialogRequest& request, CString& path) {
+    m_asked.push_back({"file", request.title.str(), request.initialPath.str(), 0});
+    CString next;
+    if (!takeNext(m_paths, next) || next.IsEmpty()) return false;
+    path = next;
+    return true;
+}
+
+bool CZEVScriptedDialogs::ChooseFolder(const char* title, CString& folder) {
+    m_asked.push_back({"folder", title ? title : "", "", 0});
+    CString next;
+    if (!takeNext(m_paths, next) || next.IsEmpty()) return false;
+    folder = next;
+    return true;
+}
+
+bool CZEVScriptedDialogs::ChooseColor(COLORREF& color) {
+    m_asked.push_back({"color", "", "", 0});
+    return takeNext(m_colors, color);
+}
+
+bool CZEVScriptedDialogs::ChooseFont(LOGFONTA& font, COLORREF& color) {
+    m_asked.push_back({"font", "", "", 0});
+    std::pair<LOGFONTA, COLORREF> next{};
+    if (!takeNext(m_fonts, next)) return false;
+    font = next.first;
+    color = next.second;
+    return true;
+}

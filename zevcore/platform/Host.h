@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "zevcore/Export.h"
@@ -196,6 +197,42 @@ public:
 private:
     int m_answer = IDOK;
     bool m_quiet = false;
+};
+
+/// A question put to a dialog service, as a scripted one records it.
+struct ZEVAskedDialog {
+    /// "message", "file", "folder", "color" or "font".
+    std::string kind;
+    std::string text;     // the message, or the file chooser's title, or the folder's title
+    std::string caption;  // the message box's caption, or the file chooser's initial path
+    UINT type = 0;        // the message box's MB_... style
+};
+
+/// A dialog service that answers from a script, for tests: each question takes the next
+/// scripted answer of its kind. A message box without one answers its first button; a
+/// chooser without one refuses. Every question is recorded.
+class ZEVCORE_API CZEVScriptedDialogs : public IZEVDialogService {
+public:
+    int MessageBox(HWND owner, const char* text, const char* caption, UINT type) override;
+    bool ChooseFile(const ZEVFileDialogRequest& request, CString& path) override;
+    bool ChooseFolder(const char* title, CString& folder) override;
+    bool ChooseColor(COLORREF& color) override;
+    bool ChooseFont(LOGFONTA& font, COLORREF& color) override;
+
+    void AnswerMessage(int answer) { m_answers.push_back(answer); }
+    /// The next file or folder chooser answers `path`; an empty path is a refusal.
+    void AnswerFile(const CString& path) { m_paths.push_back(path); }
+    void AnswerColor(COLORREF color) { m_colors.push_back(color); }
+    void AnswerFont(const LOGFONTA& font, COLORREF color) { m_fonts.push_back({font, color}); }
+
+    const std::vector<ZEVAskedDialog>& Asked() const { return m_asked; }
+
+private:
+    std::vector<ZEVAskedDialog> m_asked;
+    std::vector<int> m_answers;
+    std::vector<CString> m_paths;
+    std::vector<COLORREF> m_colors;
+    std::vector<std::pair<LOGFONTA, COLORREF>> m_fonts;
 };
 
 /// The headless cursor: counts the nesting and shows nothing.

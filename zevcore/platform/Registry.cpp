@@ -43,6 +43,14 @@ LSTATUS resolve(HKEY key, KeyId& id, REGSAM& access) {
     return ERROR_SUCCESS;
 }
 
+// As resolve, for a call that needs the rights `needed` on the key.
+LSTATUS resolveFor(HKEY key, REGSAM needed, KeyId& id) {
+    REGSAM access = 0;
+    LSTATUS status = resolve(key, id, access);
+    if (status == ERROR_SUCCESS && (access & needed) != needed) return ERROR_ACCESS_DENIED;
+    return status;
+}
+
 // Splits a key path at its backslashes. A trailing backslash is allowed; an empty part
 // elsewhere is not.
 LSTATUS splitPath(const char* path, std::vector<std::string>& parts) {
@@ -147,10 +155,8 @@ LSTATUS RegCloseKey(HKEY key) {
 
 LSTATUS RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type, BYTE* data, DWORD* size) {
     KeyId id = 0;
-    REGSAM access = 0;
-    LSTATUS status = resolve(key, id, access);
+    LSTATUS status = resolveFor(key, KEY_QUERY_VALUE, id);
     if (status != ERROR_SUCCESS) return status;
-    if (!(access & KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
     if (data && !size) return ERROR_INVALID_PARAMETER;
     ZEVStoredValue value;
     status = ZEVSettingsStore().QueryValue(id, nameOf(name), value);
@@ -161,10 +167,8 @@ LSTATUS RegQueryValueExA(HKEY key, const char* name, DWORD*, DWORD* type, BYTE* 
 LSTATUS RegSetValueExA(HKEY key, const char* name, DWORD, DWORD type, const BYTE* data,
                        DWORD size) {
     KeyId id = 0;
-    REGSAM access = 0;
-    LSTATUS status = resolve(key, id, access);
+    LSTATUS status = resolveFor(key, KEY_SET_VALUE, id);
     if (status != ERROR_SUCCESS) return status;
-    if (!(access & KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
     if (!data && size != 0) return ERROR_INVALID_PARAMETER;
     if (nameOf(name).size() > ZEV_MAX_KEY_NAME) return ERROR_INVALID_PARAMETER;
     ZEVStoredValue value{nameOf(name), type,
@@ -174,10 +178,8 @@ LSTATUS RegSetValueExA(HKEY key, const char* name, DWORD, DWORD type, const BYTE
 
 LSTATUS RegDeleteValueA(HKEY key, const char* name) {
     KeyId id = 0;
-    REGSAM access = 0;
-    LSTATUS status = resolve(key, id, access);
+    LSTATUS status = resolveFor(key, KEY_SET_VALUE, id);
     if (status != ERROR_SUCCESS) return status;
-    if (!(access & KEY_SET_VALUE)) return ERROR_ACCESS_DENIED;
     return ZEVSettingsStore().DeleteValue(id, nameOf(name));
 }
 
@@ -213,10 +215,8 @@ LSTATUS RegDeleteTreeA(HKEY key, const char* subKey) {
 LSTATUS RegEnumKeyExA(HKEY key, DWORD index, char* name, DWORD* nameSize, DWORD*, char* keyClass,
                       DWORD* classSize, FILETIME* lastWrite) {
     KeyId id = 0;
-    REGSAM access = 0;
-    LSTATUS status = resolve(key, id, access);
+    LSTATUS status = resolveFor(key, KEY_ENUMERATE_SUB_KEYS, id);
     if (status != ERROR_SUCCESS) return status;
-    if (!(access & KEY_ENUMERATE_SUB_KEYS)) return ERROR_ACCESS_DENIED;
     std::vector<std::string> names;
     IZEVSettingsStore& store = ZEVSettingsStore();
     if ((status = store.SubKeys(id, names)) != ERROR_SUCCESS) return status;
@@ -243,39 +243,12 @@ LSTATUS RegEnumKeyExA(HKEY key, DWORD index, char* name, DWORD* nameSize, DWORD*
 LSTATUS RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameSize, DWORD*, DWORD* type,
                       BYTE* data, DWORD* dataSize) {
     KeyId id = 0;
-    REGSAM access = 0;
-    LSTATUS status = resolve(key, id, access);
+    LSTATUS status = resolveFor(key, KEY_QUERY_VALUE, id);
     if (status != ERROR_SUCCESS) return status;
-    if (!(access & KEY_QUERY_VALUE)) return ERROR_ACCESS_DENIED;
     std::vector<ZEVStoredValue> values;
     if ((status = ZEVSettingsStore().Values(id, values)) != ERROR_SUCCESS) return status;
     if (index >= values.size()) return ERROR_NO_MORE_ITEMS;
     status = giveName(values[index].name, name, nameSize);
     if (status != ERROR_SUCCESS) return status;
     return giveData(values[index], type, data, dataSize);
-}
-
-LSTATUS RegQueryInfoKeyA(HKEY key, DWORD* subKeys, DWORD* maxSubKeyLength, DWORD* values,
-                         DWORD* maxValueNameLength, DWORD* maxValueLength) {
-    KeyId id = 0;
-    REGSAM access = 0;
-    LSTATUS status = resolve(key, id, access);
-    if (status != ERROR_SUCCESS) return status;
-    std::vector<std::string> names;
-    std::vector<ZEVStoredValue> stored;
-    IZEVSettingsStore& store = ZEVSettingsStore();
-    if ((status = store.SubKeys(id, names)) != ERROR_SUCCESS) return status;
-    if ((status = store.Values(id, stored)) != ERROR_SUCCESS) return status;
-    DWORD longestKey = 0, longestName = 0, longestData = 0;
-    for (const std::string& n : names) longestKey = std::max<DWORD>(longestKey, n.size());
-    for (const ZEVStoredValue& v : stored) {
-        longestName = std::max<DWORD>(longestName, v.name.size());
-        longestData = std::max<DWORD>(longestData, v.data.size());
-    }
-    if (subKeys) *subKeys = static_cast<DWORD>(names.size());
-    if (maxSubKeyLength) *maxSubKeyLength = longestKey;
-    if (values) *values = static_cast<DWORD>(stored.size());
-    if (maxValueNameLength) *maxValueNameLength = longestName;
-    if (maxValueLength) *maxValueLength = longestData;
-    return ERROR_SUCCESS;
 }

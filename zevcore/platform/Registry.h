@@ -135,11 +135,6 @@ ZEVCORE_API LSTATUS RegEnumKeyExA(HKEY key, DWORD index, char* name, DWORD* name
 ZEVCORE_API LSTATUS RegEnumValueA(HKEY key, DWORD index, char* name, DWORD* nameSize,
                                   DWORD* reserved, DWORD* type, BYTE* data, DWORD* dataSize);
 
-/// Counts of subkeys and values and the longest names and data; any pointer may be null.
-ZEVCORE_API LSTATUS RegQueryInfoKeyA(HKEY key, DWORD* subKeys, DWORD* maxSubKeyLength,
-                                     DWORD* values, DWORD* maxValueNameLength,
-                                     DWORD* maxValueLength);
-
 /// One stored value as the store service hands it over.
 struct ZEVStoredValue {
     std::string name;

@@ -246,6 +246,14 @@ struct CZEVFileSettingsStore::Impl {
         return rc;
     }
 
+    // Inside a transaction: sets `status` to ERROR_KEY_DELETED when the key is gone.
+    int requireKey(KeyId key, LSTATUS& status) {
+        bool exists = false;
+        int rc = keyExists(key, exists);
+        if (rc == SQLITE_OK && !exists) status = ERROR_KEY_DELETED;
+        return rc;
+    }
+
     // Inside a transaction: whether the key still exists.
     int keyExists(KeyId key, bool& exists) {
         Statement s = prepare("SELECT 1 FROM keys WHERE id = ?1");
@@ -273,13 +281,8 @@ struct CZEVFileSettingsStore::Impl {
     // Inside a transaction: finds the path below `parent`, making what is missing when asked.
     int walk(KeyId parent, const std::vector<std::string>& parts, bool create, KeyId& key,
              bool& created, LSTATUS& status) {
-        bool exists = false;
-        int rc = keyExists(parent, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            status = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = requireKey(parent, status);
+        if (rc != SQLITE_OK || status != ERROR_SUCCESS) return rc;
         created = false;
         key = parent;
         for (const std::string& part : parts) {
@@ -368,13 +371,8 @@ LSTATUS CZEVFileSettingsStore::OpenKey(KeyId parent, const std::vector<std::stri
 LSTATUS CZEVFileSettingsStore::QueryValue(KeyId key, const std::string& name,
                                           ZEVStoredValue& value) {
     return m_impl->transact(false, [&](LSTATUS& st) {
-        bool exists = false;
-        int rc = m_impl->keyExists(key, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            st = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = m_impl->requireKey(key, st);
+        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         Statement s =
             m_impl->prepare("SELECT name, type, data FROM vals WHERE key = ?1 AND fold = ?2");
         s.bind(1, key).bind(2, fold(name));
@@ -393,13 +391,8 @@ LSTATUS CZEVFileSettingsStore::QueryValue(KeyId key, const std::string& name,
 LSTATUS CZEVFileSettingsStore::SetValue(KeyId key, const ZEVStoredValue& value) {
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
     return m_impl->transact(true, [&](LSTATUS& st) {
-        bool exists = false;
-        int rc = m_impl->keyExists(key, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            st = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = m_impl->requireKey(key, st);
+        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         // A value written again under another case keeps the name it was made with.
         Statement s = m_impl->prepare(
             "INSERT INTO vals(key, name, fold, type, data) VALUES (?1, ?2, ?3, ?4, ?5)"
@@ -414,13 +407,8 @@ LSTATUS CZEVFileSettingsStore::SetValue(KeyId key, const ZEVStoredValue& value) 
 LSTATUS CZEVFileSettingsStore::DeleteValue(KeyId key, const std::string& name) {
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
     return m_impl->transact(true, [&](LSTATUS& st) {
-        bool exists = false;
-        int rc = m_impl->keyExists(key, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            st = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = m_impl->requireKey(key, st);
+        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         Statement s = m_impl->prepare("DELETE FROM vals WHERE key = ?1 AND fold = ?2");
         s.bind(1, key).bind(2, fold(name));
         if ((rc = s.step()) != SQLITE_DONE) return rc;
@@ -436,13 +424,8 @@ LSTATUS CZEVFileSettingsStore::DeleteKey(KeyId key, bool tree, bool keepKey) {
     if (!keepKey && key <= kRootCount) return ERROR_ACCESS_DENIED;
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
     return m_impl->transact(true, [&](LSTATUS& st) {
-        bool exists = false;
-        int rc = m_impl->keyExists(key, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            st = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = m_impl->requireKey(key, st);
+        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         if (!tree) {
             Statement s = m_impl->prepare("SELECT 1 FROM keys WHERE parent = ?1 LIMIT 1");
             s.bind(1, key);
@@ -478,13 +461,8 @@ LSTATUS CZEVFileSettingsStore::DeleteKey(KeyId key, bool tree, bool keepKey) {
 LSTATUS CZEVFileSettingsStore::SubKeys(KeyId key, std::vector<std::string>& names) {
     return m_impl->transact(false, [&](LSTATUS& st) {
         names.clear();
-        bool exists = false;
-        int rc = m_impl->keyExists(key, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            st = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = m_impl->requireKey(key, st);
+        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         Statement s = m_impl->prepare("SELECT name FROM keys WHERE parent = ?1 ORDER BY fold");
         s.bind(1, key);
         while ((rc = s.step()) == SQLITE_ROW) names.push_back(s.text(0));
@@ -495,13 +473,8 @@ LSTATUS CZEVFileSettingsStore::SubKeys(KeyId key, std::vector<std::string>& name
 LSTATUS CZEVFileSettingsStore::Values(KeyId key, std::vector<ZEVStoredValue>& values) {
     return m_impl->transact(false, [&](LSTATUS& st) {
         values.clear();
-        bool exists = false;
-        int rc = m_impl->keyExists(key, exists);
-        if (rc != SQLITE_OK) return rc;
-        if (!exists) {
-            st = ERROR_KEY_DELETED;
-            return SQLITE_OK;
-        }
+        int rc = m_impl->requireKey(key, st);
+        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         Statement s =
             m_impl->prepare("SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY fold");
         s.bind(1, key);
