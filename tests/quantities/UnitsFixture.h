@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+
+#include "zevcore/frame/Ini.h"
 #include "zevcore/quantities/Units.h"
 
 namespace zevtest {
@@ -14,15 +17,46 @@ protected:
         // Read now, so that a test's own setStyle is not overwritten by a stored style.
         Units::readStyles();
     }
-    void TearDown() override {
-        // A test may have saved settings; the style is the one that every reload sees.
-        Units::setStyle(UNIT_STYLE_USA, true);
-        reset();
-    }
+    void TearDown() override { reset(); }
 
     static void reset() {
+        clearStoredStyles();
         Units::resetStyles();
         Units::suppressLeadingNegativeFix(false);
+    }
+
+    /// Sets one stored style setting, as an earlier session would have left it.
+    static void store(const char* key, int value) {
+        setIniBase("Software\\ZEV\\Units2010");
+        writeIniInt(key, value);
+    }
+
+    /// A stored setting, or `missing` when there is none.
+    static int stored(const char* key, int missing = -99) {
+        setIniBase("Software\\ZEV\\Units2010");
+        int value = missing;
+        readIniInt(key, value);
+        return value;
+    }
+
+    /// Removes every key the unit system stores.
+    static void clearStoredStyles() {
+        setIniBase("Software\\ZEV\\Units2010");
+        char key[32];
+        delete_registry("Style");
+        delete_registry("FtIn16ths");
+        for (int i = 0; i < 28; ++i) {
+            std::snprintf(key, sizeof key, "Precision-%d", i);
+            delete_registry(key);
+            std::snprintf(key, sizeof key, "%d", i);
+            delete_registry(key);
+            for (int s = 0; s < 11; ++s) {
+                std::snprintf(key, sizeof key, "%d-%d", s, i);
+                delete_registry(key);
+            }
+        }
+        setIniBase("Software\\ZEV");
+        delete_registry("Units2010");
     }
 };
 

@@ -29,7 +29,9 @@ struct Entry {
     const char* message;
 };
 
-void PrintTo(const Entry& e, std::ostream* out) { *out << '"' << e.text << '"'; }
+void PrintTo(const Entry& e, std::ostream* out) {
+    *out << '"' << e.text << '"';
+}
 
 class ParseEntries : public zevtest::UnitsTest, public testing::WithParamInterface<Entry> {};
 
@@ -76,11 +78,9 @@ INSTANTIATE_TEST_SUITE_P(
         Entry{UNIT_LENGTH_LARGE, UNIT_STYLE_USA, "10 ft 3 in", 0.0, UNIT_BAD_VALUE, kNoValue},
         Entry{UNIT_LENGTH_LARGE, UNIT_STYLE_USA, "(1+2) * 3", 0.0, UNIT_BAD_UNIT, kLengthUnits},
         Entry{UNIT_LENGTH_LARGE, UNIT_STYLE_USA, "1/0", 0.0, UNIT_BAD_UNIT, kLengthUnits},
-        Entry{UNIT_LENGTH_LARGE, UNIT_STYLE_USA, "12 furlongs", 0.0, UNIT_BAD_UNIT,
-              kLengthUnits},
+        Entry{UNIT_LENGTH_LARGE, UNIT_STYLE_USA, "12 furlongs", 0.0, UNIT_BAD_UNIT, kLengthUnits},
         Entry{UNIT_LENGTH_LARGE, UNIT_STYLE_USA, "ft", 0.0, UNIT_BAD_VALUE, kNoValue},
-        Entry{UNIT_LENGTH_SMALL, UNIT_STYLE_USA, "5' 6 1/0\"", 0.0, UNIT_BAD_UNIT,
-              kLengthUnits},
+        Entry{UNIT_LENGTH_SMALL, UNIT_STYLE_USA, "5' 6 1/0\"", 0.0, UNIT_BAD_UNIT, kLengthUnits},
         Entry{UNIT_LENGTH_SMALL, UNIT_STYLE_USA, "nan\"", 0.0, UNIT_BAD_UNIT, kLengthUnits}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -120,7 +120,8 @@ TEST_F(UnitsParse, EveryLabelOfEveryCategory) {
             // "m" and "mm" do not, but "t" ends "K/ft"? no: labels are matched in order and
             // the first one that ends the entry wins).
             ASSERT_EQ(Units::lastParseError(), UNIT_OK) << entry;
-            EXPECT_DOUBLE_EQ(value * type.factors[i], 1.0) << Units::CategoryName[c] << " " << entry;
+            EXPECT_DOUBLE_EQ(value * type.factors[i], 1.0)
+                << Units::CategoryName[c] << " " << entry;
         }
     }
 }
@@ -219,13 +220,26 @@ TEST_F(UnitsParse, FeetAndInchesForms) {
         bool ok;
         double inches;
     } cases[] = {
-        {"5 ft 6 1/2 in", true, 66.5}, {"5' 6 1/2\"", true, 66.5}, {"-5' 6 1/2\"", true, -66.5},
-        {"5 ft 6.5 in", true, 66.5},   {"5' 6.5\"", true, 66.5},   {"5' 6", true, 66.0},
-        {"6 1/2 in", true, 6.5},       {"1/2 in", true, 0.5},      {"1/2\"", true, 0.5},
-        {"-1/2''", true, -0.5},        {"7\"", true, 7.0},         {"7''", true, 7.0},
-        {"1/0\"", false, 0.0},         {"5' 6 1/-2\"", false, 0.0}, {"7'", false, 0.0},
-        {"7", false, 0.0},             {"12 in", false, 0.0},      {"", false, 0.0},
-        {"inf\"", false, 0.0},         {"0x10\"", false, 0.0},
+        {"5 ft 6 1/2 in", true, 66.5},
+        {"5' 6 1/2\"", true, 66.5},
+        {"-5' 6 1/2\"", true, -66.5},
+        {"5 ft 6.5 in", true, 66.5},
+        {"5' 6.5\"", true, 66.5},
+        {"5' 6", true, 66.0},
+        {"6 1/2 in", true, 6.5},
+        {"1/2 in", true, 0.5},
+        {"1/2\"", true, 0.5},
+        {"-1/2''", true, -0.5},
+        {"7\"", true, 7.0},
+        {"7''", true, 7.0},
+        {"1/0\"", false, 0.0},
+        {"5' 6 1/-2\"", false, 0.0},
+        {"7'", false, 0.0},
+        {"7", false, 0.0},
+        {"12 in", false, 0.0},
+        {"", false, 0.0},
+        {"inf\"", false, 0.0},
+        {"0x10\"", false, 0.0},
         {"99999999999' 0\"", true, 2147483647.0 * 12.0},
     };
     for (const auto& c : cases) {
@@ -245,11 +259,21 @@ TEST_F(UnitsParse, NiceNumbers) {
         double value;
         const char* text;
     } cases[] = {
-        {0.0, "0"},          {0.0001, "0"},           {0.00011, "0.0001"},
-        {5.0, "5"},          {-5.0, "-5"},            {0.5, "0.5000"},
-        {5.25, "5.250"},     {12.3456, "12.35"},      {-123.456, "-123.5"},
-        {1234.5678, "1235"}, {12345.678, "12346"},    {99999.0, "99999"},
-        {100000.0, "100000"}, {123456.7, "123457"},   {1234567.8, "1234568"},
+        {0.0, "0"},
+        {0.0001, "0"},
+        {0.00011, "0.0001"},
+        {5.0, "5"},
+        {-5.0, "-5"},
+        {0.5, "0.5000"},
+        {5.25, "5.250"},
+        {12.3456, "12.35"},
+        {-123.456, "-123.5"},
+        {1234.5678, "1235"},
+        {12345.678, "12346"},
+        {99999.0, "99999"},
+        {100000.0, "100000"},
+        {123456.7, "123457"},
+        {1234567.8, "1234568"},
         {12345678.9, "1.23e+07"},
     };
     for (const auto& c : cases) EXPECT_STREQ(Units::nice(c.value), c.text) << c.value;
@@ -310,10 +334,12 @@ TEST_F(UnitsParse, FeetInchesAndSixteenths) {
         double inches;
         const char* text;
     } cases[] = {
-        {0.05, "0' 0\""},       {-0.05, "0' 0\""},        {-14.5, "-1' 2 1/2\""},
-        {6.0, "6\""},           {11.99, "11 16/16\""},    {66.5, "5' 6 1/2\""},
-        {12.0625, "1' 0 1/16\""}, {0.125, "0 1/8\""},     {12.75, "1' 0 3/4\""},
-        {24.3125, "2' 0 5/16\""}, {0.375, "0 3/8\""},
+        {0.05, "0' 0\""},         {-0.05, "0' 0\""},
+        {-14.5, "-1' 2 1/2\""},   {6.0, "6\""},
+        {11.99, "11 16/16\""},    {66.5, "5' 6 1/2\""},
+        {12.0625, "1' 0 1/16\""}, {0.125, "0 1/8\""},
+        {12.75, "1' 0 3/4\""},    {24.3125, "2' 0 5/16\""},
+        {0.375, "0 3/8\""},
     };
     for (const auto& c : cases) EXPECT_STREQ(Units::display_ft_in_16(c.inches), c.text) << c.inches;
     EXPECT_STREQ(Units::display_ft_in_16(INFINITY), "inf\"");

@@ -220,33 +220,61 @@ struct StyleRow {
 };
 
 const StyleRow kStyles[] = {
-    {"Acceleration", {"in/s^2", "m/s^2", "m/s^2", "m/s^2", "in/s^2", "ft/s^2", "in/s^2", "ft/s^2", "m/s^2", "m/s^2", "ft/s^2"}},
+    {"Acceleration",
+     {"in/s^2", "m/s^2", "m/s^2", "m/s^2", "in/s^2", "ft/s^2", "in/s^2", "ft/s^2", "m/s^2", "m/s^2",
+      "ft/s^2"}},
     {"Angle", {"deg", "deg", "deg", "deg", "deg", "deg", "deg", "deg", "deg", "deg", "deg"}},
-    {"Area (small)", {"in^2", "mm^2", "cm^2", "cm^2", "in^2", "ft^2", "in^2", "ft^2", "m^2", "m^2", "in^2"}},
-    {"Area (large)", {"ft^2", "m^2", "m^2", "m^2", "in^2", "ft^2", "in^2", "ft^2", "m^2", "m^2", "ft^2"}},
-    {"Density", {"K/in^3", "N/m^3", "N/m^3", "N/m^3", "K/in^3", "K/ft^3", "lb/in^3", "lb/ft^3", "N/m^3", "kN/m^3", "K/ft^3"}},
+    {"Area (small)",
+     {"in^2", "mm^2", "cm^2", "cm^2", "in^2", "ft^2", "in^2", "ft^2", "m^2", "m^2", "in^2"}},
+    {"Area (large)",
+     {"ft^2", "m^2", "m^2", "m^2", "in^2", "ft^2", "in^2", "ft^2", "m^2", "m^2", "ft^2"}},
+    {"Density",
+     {"K/in^3", "N/m^3", "N/m^3", "N/m^3", "K/in^3", "K/ft^3", "lb/in^3", "lb/ft^3", "N/m^3",
+      "kN/m^3", "K/ft^3"}},
     {"Force & Weight", {"K", "kN", "kN", "kN", "K", "K", "lb", "lb", "N", "kN", "K"}},
-    {"Inertia", {"in^4", "m^4", "m^4", "m^4", "in^4", "ft^4", "in^4", "ft^4", "m^4", "m^4", "in^4"}},
+    {"Inertia",
+     {"in^4", "m^4", "m^4", "m^4", "in^4", "ft^4", "in^4", "ft^4", "m^4", "m^4", "in^4"}},
     {"Length (small)", {"in", "cm", "cm", "cm", "in", "in", "in", "in", "m", "m", "in"}},
     {"Length (large)", {"ft", "m", "m", "m", "ft", "ft", "ft", "ft", "m", "cm", "ft"}},
-    {"Linear Force", {"K/ft", "kN/m", "kN/m", "kN/m", "K/in", "K/ft", "lb/in", "lb/ft", "N/m", "kN/m", "K/ft"}},
-    {"Linear Moment", {"ft-K/ft", "kN-m/m", "kN-m/m", "kN-m/m", "in-K/in", "ft-K/ft", "in-lb/in", "ft-lb/ft", "N-m/m", "kN-m/m", "in-K/in"}},
+    {"Linear Force",
+     {"K/ft", "kN/m", "kN/m", "kN/m", "K/in", "K/ft", "lb/in", "lb/ft", "N/m", "kN/m", "K/ft"}},
+    {"Linear Moment",
+     {"ft-K/ft", "kN-m/m", "kN-m/m", "kN-m/m", "in-K/in", "ft-K/ft", "in-lb/in", "ft-lb/ft",
+      "N-m/m", "kN-m/m", "in-K/in"}},
     {"Mass (weight)", {"K", "kg", "kg", "kg", "K", "K", "lb", "lb", "kg", "kg", "K"}},
-    {"Moment", {"K-ft", "kN-m", "kN-m", "kN-m", "K-in", "K-ft", "lb-in", "lb-ft", "N-m", "kN-m", "K-ft"}},
+    {"Moment",
+     {"K-ft", "kN-m", "kN-m", "kN-m", "K-in", "K-ft", "lb-in", "lb-ft", "N-m", "kN-m", "K-ft"}},
     {"Pressure", {"psf", "MPa", "Pa", "MPa", "Ksi", "Ksf", "psi", "psf", "Pa", "kPa", "Ksf"}},
-    {"Rotational Mass", {"K/deg", "kg/rad", "kg/rad", "kg/rad", "K/deg", "K/deg", "lb/deg", "lb/deg", "kg/deg", "kg/deg", "K/deg"}},
-    {"Rotational Stiffness", {"K-ft/deg", "kN-m/deg", "kN-m/deg", "kN-m/deg", "K-in/deg", "K-ft/deg", "lb-in/deg", "lb-ft/deg", "N-m/deg", "kN-m/deg", "K-ft/deg"}},
-    {"Section Modulus", {"in^3", "m^3", "cm^3", "m^3", "in^3", "ft^3", "in^3", "ft^3", "m^3", "m^3", "in^3"}},
-    {"Steel X2", {"in^4/K^2", "m^4/N^2", "m^4/N^2", "m^4/N^2", "in^4/K^2", "ft^4/K^2", "in^4/lb^2", "ft^4/lb^2", "m^4/N^2", "m^4/N^2", "in^4/K^2"}},
+    {"Rotational Mass",
+     {"K/deg", "kg/rad", "kg/rad", "kg/rad", "K/deg", "K/deg", "lb/deg", "lb/deg", "kg/deg",
+      "kg/deg", "K/deg"}},
+    {"Rotational Stiffness",
+     {"K-ft/deg", "kN-m/deg", "kN-m/deg", "kN-m/deg", "K-in/deg", "K-ft/deg", "lb-in/deg",
+      "lb-ft/deg", "N-m/deg", "kN-m/deg", "K-ft/deg"}},
+    {"Section Modulus",
+     {"in^3", "m^3", "cm^3", "m^3", "in^3", "ft^3", "in^3", "ft^3", "m^3", "m^3", "in^3"}},
+    {"Steel X2",
+     {"in^4/K^2", "m^4/N^2", "m^4/N^2", "m^4/N^2", "in^4/K^2", "ft^4/K^2", "in^4/lb^2", "ft^4/lb^2",
+      "m^4/N^2", "m^4/N^2", "in^4/K^2"}},
     {"Stress", {"Ksi", "kPa", "MPa", "MPa", "Ksi", "Ksf", "psi", "psf", "Pa", "kPa", "Ksi"}},
-    {"Temperature", {"deg-F", "deg-C", "deg-C", "deg-C", "deg-F", "deg-F", "deg-F", "deg-F", "deg-C", "deg-C", "deg-F"}},
-    {"Thermal Gradient", {"deg-F/in", "deg-C/mm", "deg-C/mm", "deg-C/mm", "deg-F/in", "deg-F/ft", "deg-F/in", "deg-F/ft", "deg-C/m", "deg-C/m", "deg-F/ft"}},
-    {"Thermal Coefficient", {"in/in/deg-F", "m/m/deg-C", "m/m/deg-C", "m/m/deg-C", "in/in/deg-F", "in/in/deg-F", "in/in/deg-F", "in/in/deg-F", "m/m/deg-C", "m/m/deg-C", "in/in/deg-F"}},
+    {"Temperature",
+     {"deg-F", "deg-C", "deg-C", "deg-C", "deg-F", "deg-F", "deg-F", "deg-F", "deg-C", "deg-C",
+      "deg-F"}},
+    {"Thermal Gradient",
+     {"deg-F/in", "deg-C/mm", "deg-C/mm", "deg-C/mm", "deg-F/in", "deg-F/ft", "deg-F/in",
+      "deg-F/ft", "deg-C/m", "deg-C/m", "deg-F/ft"}},
+    {"Thermal Coefficient",
+     {"in/in/deg-F", "m/m/deg-C", "m/m/deg-C", "m/m/deg-C", "in/in/deg-F", "in/in/deg-F",
+      "in/in/deg-F", "in/in/deg-F", "m/m/deg-C", "m/m/deg-C", "in/in/deg-F"}},
     {"Time", {"s", "s", "s", "s", "s", "s", "s", "s", "s", "s", "s"}},
-    {"Velocity", {"in/s", "m/s", "m/s", "m/s", "in/s", "ft/s", "in/s", "ft/s", "m/s", "m/s", "ft/s"}},
+    {"Velocity",
+     {"in/s", "m/s", "m/s", "m/s", "in/s", "ft/s", "in/s", "ft/s", "m/s", "m/s", "ft/s"}},
     {"Volume", {"in^3", "m^3", "m^3", "m^3", "in^3", "ft^3", "in^3", "ft^3", "m^3", "m^3", "ft^3"}},
-    {"Warping Constant", {"in^6", "mm^6", "mm^6", "mm^6", "in^6", "ft^6", "in^6", "ft^6", "m^6", "m^6", "ft^6"}},
-    {"Linear-Rot-Stiffness", {"K-in/deg/in", "kN-m/deg/m", "kN-m/deg/m", "kN-m/deg/m", "K-in/deg/in", "K-ft/deg/ft", "lb-in/deg/in", "lb-ft/deg/ft", "N-m/deg/m", "kN-m/deg/m", "K-ft/deg/ft"}},
+    {"Warping Constant",
+     {"in^6", "mm^6", "mm^6", "mm^6", "in^6", "ft^6", "in^6", "ft^6", "m^6", "m^6", "ft^6"}},
+    {"Linear-Rot-Stiffness",
+     {"K-in/deg/in", "kN-m/deg/m", "kN-m/deg/m", "kN-m/deg/m", "K-in/deg/in", "K-ft/deg/ft",
+      "lb-in/deg/in", "lb-ft/deg/ft", "N-m/deg/m", "kN-m/deg/m", "K-ft/deg/ft"}},
 };
 
 using UnitTables = zevtest::UnitsTest;
@@ -272,7 +300,7 @@ TEST_F(UnitTables, EveryLabelAndFactorToTheLastDigit) {
 TEST_F(UnitTables, DegreeFactorsFollowFromPi) {
     const double perDegree = M_PI / 180.0;
     EXPECT_EQ(Units::UnitArray[UNIT_ANGLE].factors[1], 180.0 / M_PI);
-    EXPECT_EQ(Units::UnitArray[UNIT_ROTATIONAL_MASS].factors[3], perDegree);       // K/deg
+    EXPECT_EQ(Units::UnitArray[UNIT_ROTATIONAL_MASS].factors[3], perDegree);  // K/deg
     EXPECT_EQ(Units::UnitArray[UNIT_ROTATIONAL_MASS].factors[7], M_PI * 453.59237 / 180.0);
     EXPECT_EQ(Units::UnitArray[UNIT_ROTATIONAL_STIFFNESS].factors[2], perDegree);  // K-in/deg
     EXPECT_EQ(Units::UnitArray[UNIT_LINEAR_ROT_STIFFNESS].factors[2], perDegree);
@@ -289,11 +317,11 @@ TEST_F(UnitTables, NamesOfCategoriesAndStyles) {
         }
     }
 
-    const char* names[] = {"USA (Mixed)",     "Australian",       "British",
-                           "Canadian",        "Kips & Inches",    "Kips & Feet",
-                           "Pounds & Inches", "Pounds & Feet",    "Newtons & Meters",
+    const char* names[] = {"USA (Mixed)",       "Australian",    "British",
+                           "Canadian",          "Kips & Inches", "Kips & Feet",
+                           "Pounds & Inches",   "Pounds & Feet", "Newtons & Meters",
                            "kNewtons & Meters", "Custom Units"};
-    const char* shortNames[] = {"USA",    "AUS", "GBR",  "CAN",   "K-In.", "K-Ft.",
+    const char* shortNames[] = {"USA",    "AUS",    "GBR", "CAN",  "K-In.", "K-Ft.",
                                 "lb-In.", "lb-Ft.", "N-M", "kN-M", "Custom"};
     EXPECT_EQ(Units::unitStyleCount(), 11);
     for (int s = 0; s < 11; ++s) {
@@ -329,7 +357,8 @@ TEST_F(UnitTables, StateWithNothingStored) {
     EXPECT_STREQ(Units::showUnit(UNIT_STRESS), "Ksi");
     EXPECT_FALSE(Units::feetInches16ths());
     const int precision[] = {3, 4, 4, 4, 3, 4, 3, 4, 3, 4, 5};
-    for (int s = 0; s < 11; ++s) EXPECT_EQ(Units::precision(static_cast<ETUnitStyle>(s)), precision[s]);
+    for (int s = 0; s < 11; ++s)
+        EXPECT_EQ(Units::precision(static_cast<ETUnitStyle>(s)), precision[s]);
     EXPECT_EQ(Units::units(UNIT_LINEAR_MOMENT), 13);
     EXPECT_EQ(Units::units(static_cast<ETUnit>(28)), 0);
 }

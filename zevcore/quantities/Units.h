@@ -232,5 +232,22 @@ ZEVCORE_API const char* nice(double v);
 ZEVCORE_API const char* display_ft_in_16(double inches);
 
 // ---- Legacy file records (read and thrown away; written as fixed empty forms) ---------------
+// Failures show only in the stream's state; the archive forms throw as the archive does.
+
+/// Seven shorts: 1, 0, 1, 0, 0, 12, 3.
+ZEVCORE_API void writeOldUnits(obfstream& out);
+/// A short version; for version 1, six more shorts. All discarded.
+ZEVCORE_API void readOldUnits(ibfstream& in);
+/// The ints 3 and 0: version and an empty list.
+ZEVCORE_API void WriteOldQuantitiesToStream(obfstream& out);
+/// An int version, an int count, then per item an int and one old quantity. Stops early once
+/// the stream has failed.
+ZEVCORE_API void ReadOldQuantitiesFromStream(ibfstream& in);
+/// A short version; for versions 1 and 2, a NUL-ended text (at most 254 bytes are kept by
+/// the line reader), three shorts, two doubles and two shorts. Other versions end there.
+ZEVCORE_API void ReadOldQuantity(ibfstream& in);
+/// The same two layouts through an archive; the quantity's text is read as a line.
+ZEVCORE_API void ReadOldQuantitiesFromArchive(CArchive& ar);
+ZEVCORE_API void ReadOldQuantityFromArchive(CArchive& ar);
 
 }  // namespace Units

@@ -1,26 +1,15 @@
-#include <map>
-#include <string>
+// The style settings in the settings store, under "Software\ZEV\Units2010", each a key of
+// its own holding its number as text (the ini layer).
 
+#include "zevcore/frame/Ini.h"
 #include "zevcore/quantities/UnitsInternal.hpp"
 
-// Until the settings store is wired in, the style settings live for the life of the process.
 namespace Units::detail {
-namespace {
-std::map<std::string, int>& store() {
-    static std::map<std::string, int> values;
-    return values;
-}
-}  // namespace
 
-void beginSettings() {}
+void beginSettings() { setIniBase("Software\\ZEV\\Units2010", HKEY_CURRENT_USER); }
 
-bool readSetting(const char* key, int& value) {
-    auto found = store().find(key);
-    if (found == store().end()) return false;
-    value = found->second;
-    return true;
-}
+bool readSetting(const char* key, int& value) { return readIniInt(key, value) == 0; }
 
-void writeSetting(const char* key, int value) { store()[key] = value; }
+void writeSetting(const char* key, int value) { writeIniInt(key, value); }
 
 }  // namespace Units::detail
