@@ -47,4 +47,6 @@
 #include "zevcore/files/Xml.h"
 
 #include "zevcore/quantities/Expression.h"
+#include "zevcore/quantities/UnitStyleDlg.h"
 #include "zevcore/quantities/Units.h"
+#include "zevcore/quantities/UnitsEditCtrl.h"

@@ -2,9 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-
 #include "zevcore/frame/Ini.h"
+#include "zevcore/platform/Registry.h"
 #include "zevcore/quantities/Units.h"
 
 namespace zevtest {
@@ -40,24 +39,7 @@ protected:
     }
 
     /// Removes every key the unit system stores.
-    static void clearStoredStyles() {
-        setIniBase("Software\\ZEV\\Units2010");
-        char key[32];
-        delete_registry("Style");
-        delete_registry("FtIn16ths");
-        for (int i = 0; i < 28; ++i) {
-            std::snprintf(key, sizeof key, "Precision-%d", i);
-            delete_registry(key);
-            std::snprintf(key, sizeof key, "%d", i);
-            delete_registry(key);
-            for (int s = 0; s < 11; ++s) {
-                std::snprintf(key, sizeof key, "%d-%d", s, i);
-                delete_registry(key);
-            }
-        }
-        setIniBase("Software\\ZEV");
-        delete_registry("Units2010");
-    }
+    static void clearStoredStyles() { RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV\\Units2010"); }
 };
 
 }  // namespace zevtest
