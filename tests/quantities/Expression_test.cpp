@@ -120,6 +120,22 @@ TEST(Expression, VariablesAreReadAtEachEvaluation) {
     EXPECT_EQ(expression.Value(value), 0);
     EXPECT_EQ(value, 30.0);
 
+    // Replacing a value in the table, or the table itself, is seen by a parsed tree.
+    CNumericValue z;
+    z.SetValue(1.0);
+    table.SetAt("x", &z);
+    EXPECT_EQ(expression.Value(value), 0);
+    EXPECT_EQ(value, 1.0 + 5.0);  // "3x" is a name of its own
+    CValueMap other = table;
+    CNumericValue w;
+    w.SetValue(4.0);
+    other.SetAt("3x", &w);
+    expression.AtachVariables(&other);
+    EXPECT_EQ(expression.Value(value), 0);
+    EXPECT_EQ(value, 1.0 + 4.0);
+    expression.AtachVariables(&table);
+    table.SetAt("x", &x);
+
     // Names are case-sensitive.
     EXPECT_GE(expression.ChangeExpression("X"), 0);
 

@@ -67,6 +67,39 @@ void CNumericValue::SetValue(double value) { m_value = std::make_unique<double>(
 
 double CNumericValue::GetValue() { return m_value ? *m_value : 0.0; }
 
+namespace {
+std::uint64_t nextTableVersion() {
+    static std::uint64_t counter = 0;
+    return ++counter;
+}
+}  // namespace
+
+CValueMap::CValueMap() : m_version(nextTableVersion()) {}
+
+CValueMap::CValueMap(const CValueMap& other)
+    : m_values(other.m_values), m_version(nextTableVersion()) {}
+
+CValueMap& CValueMap::operator=(const CValueMap& other) {
+    m_values = other.m_values;
+    m_version = nextTableVersion();
+    return *this;
+}
+
+void CValueMap::SetAt(const CString& name, CValue* value) {
+    m_values[name.str()] = value;
+    m_version = nextTableVersion();
+}
+
+bool CValueMap::RemoveKey(const CString& name) {
+    m_version = nextTableVersion();
+    return m_values.erase(name.str()) > 0;
+}
+
+void CValueMap::RemoveAll() {
+    m_values.clear();
+    m_version = nextTableVersion();
+}
+
 bool CValueMap::Lookup(const CString& name, CValue*& value) const {
     return Lookup(name.GetString(), value);
 }
@@ -308,9 +341,17 @@ double CExpression::vexp(const nod* node) const {
         case kNumber:
             return node->value;
         case kVariable: {
-            CValue* value = nullptr;
-            if (m_variables && node->name && m_variables->Lookup(*node->name, value) && value)
-                return value->GetValue();
+            // The name is looked up again only when the table or its contents changed.
+            if (node->cachedTable != m_variables ||
+                (m_variables && node->cachedVersion != m_variables->Version())) {
+                CValue* value = nullptr;
+                if (!m_variables || !node->name || !m_variables->Lookup(*node->name, value))
+                    value = nullptr;
+                node->cachedTable = m_variables;
+                node->cachedVersion = m_variables ? m_variables->Version() : 0;
+                node->cachedValue = value;
+            }
+            if (node->cachedValue) return node->cachedValue->GetValue();
             sError = 3;
             return 0.0;
         }

@@ -59,17 +59,26 @@ private:
 /// table and the values; an expression only reads them.
 class ZEVCORE_API CValueMap {
 public:
+    CValueMap();
+    CValueMap(const CValueMap& other);
+    CValueMap& operator=(const CValueMap& other);
+
     /// Replaces any value of the same name.
-    void SetAt(const CString& name, CValue* value) { m_values[name.str()] = value; }
+    void SetAt(const CString& name, CValue* value);
     /// False, with `value` untouched, when there is no such name.
     bool Lookup(const CString& name, CValue*& value) const;
     bool Lookup(const char* name, CValue*& value) const;
-    bool RemoveKey(const CString& name) { return m_values.erase(name.str()) > 0; }
-    void RemoveAll() { m_values.clear(); }
+    bool RemoveKey(const CString& name);
+    void RemoveAll();
     int GetCount() const { return static_cast<int>(m_values.size()); }
+    /// Changes with every change of the table, and differs between tables: a number no other
+    /// table and no earlier state of this one has had. Evaluators keep their lookups while it
+    /// stays the same.
+    std::uint64_t Version() const { return m_version; }
 
 private:
     std::map<std::string, CValue*, std::less<>> m_values;
+    std::uint64_t m_version;
 };
 
 class ZEVCORE_API CExpression {
@@ -105,6 +114,10 @@ public:
             double value;   // kNumber
             CString* name;  // kVariable, owned
         };
+        /// A variable's last lookup, valid while the table and its version are the same.
+        mutable const CValueMap* cachedTable = nullptr;
+        mutable std::uint64_t cachedVersion = 0;
+        mutable CValue* cachedValue = nullptr;
 
         nod() : value(0.0) {}
         nod(const nod&) = delete;

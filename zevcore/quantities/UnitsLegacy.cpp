@@ -8,12 +8,30 @@
 namespace Units {
 namespace {
 
-// The numbers after the text of an old quantity: three shorts, two doubles, two shorts.
-template <typename Source>
-void skipQuantityNumbers(Source& in) {
+// An old quantity: a short version; for versions 1 and 2, a text, three shorts, two doubles
+// and two shorts.
+template <typename Source, typename ReadText>
+void skipOldQuantity(Source& in, ReadText readText) {
+    short version = 0;
+    in >> version;
+    if (version != 1 && version != 2) return;
+    readText();
     short s = 0;
     double d = 0.0;
     in >> s >> s >> s >> d >> d >> s >> s;
+}
+
+// An int version, an int count, then per item an int and an old quantity, for as long as
+// `more` allows.
+template <typename Source, typename More>
+void skipOldQuantities(Source& in, void (*readQuantity)(Source&), More more) {
+    int version = 0, count = 0;
+    in >> version >> count;
+    for (int i = 0; i < count && more(); ++i) {
+        int ignored = 0;
+        in >> ignored;
+        readQuantity(in);
+    }
 }
 
 }  // namespace
@@ -36,43 +54,28 @@ void WriteOldQuantitiesToStream(obfstream& out) {
 }
 
 void ReadOldQuantitiesFromStream(ibfstream& in) {
-    int version = 0, count = 0;
-    in >> version >> count;
     // The count comes from the file; a failed stream reads nothing more, so the loop stops
     // there instead of spinning through a count that may be anything.
-    for (int i = 0; i < count && !!in; ++i) {
-        int ignored = 0;
-        in >> ignored;
-        ReadOldQuantity(in);
-    }
+    skipOldQuantities(in, &ReadOldQuantity, [&in] { return !!in; });
 }
 
 void ReadOldQuantity(ibfstream& in) {
-    short version = 0;
-    in >> version;
-    if (version != 1 && version != 2) return;
-    char text[256];
-    in.getline(text, 255, '\0');
-    skipQuantityNumbers(in);
+    skipOldQuantity(in, [&in] {
+        char text[256];
+        in.getline(text, 255, '\0');
+    });
 }
 
 void ReadOldQuantitiesFromArchive(CArchive& ar) {
-    int version = 0, count = 0;
-    ar >> version >> count;
-    for (int i = 0; i < count; ++i) {  // the archive throws at the end of its data
-        int ignored = 0;
-        ar >> ignored;
-        ReadOldQuantityFromArchive(ar);
-    }
+    // The archive throws at the end of its data.
+    skipOldQuantities(ar, &ReadOldQuantityFromArchive, [] { return true; });
 }
 
 void ReadOldQuantityFromArchive(CArchive& ar) {
-    short version = 0;
-    ar >> version;
-    if (version != 1 && version != 2) return;
-    CString text;
-    ar.ReadString(text);
-    skipQuantityNumbers(ar);
+    skipOldQuantity(ar, [&ar] {
+        CString text;
+        ar.ReadString(text);
+    });
 }
 
 }  // namespace Units

@@ -110,8 +110,11 @@ bool evaluateEntry(const CString& s, double& value, int* err) {
     static CExpression expression;
     CString entry = s;
     entry.Trim();
-    char pi[32];
-    std::snprintf(pi, sizeof pi, "%14.11f", M_PI);
+    static const CString pi = [] {
+        CString text;
+        text.Format("%14.11f", M_PI);
+        return text;
+    }();
     entry.Replace("PI", pi);
     entry.Replace("pi", pi);
     entry.Replace("Pi", pi);
