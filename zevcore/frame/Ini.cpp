@@ -3,6 +3,7 @@
 #include <locale.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cctype>
 #include <charconv>
 #include <climits>
