@@ -116,9 +116,8 @@ TEST_F(UnitsParse, EveryLabelOfEveryCategory) {
         for (int i = 0; i < type.count; ++i) {
             std::string entry = std::string("1 ") + type.labels[i];
             double value = Units::parse(static_cast<ETUnit>(c), entry.c_str(), UNIT_RANGE_ANY);
-            // An earlier label of the same category may end this one ("N" and "kN" do not,
-            // "m" and "mm" do not, but "t" ends "K/ft"? no: labels are matched in order and
-            // the first one that ends the entry wins).
+            // An earlier label ending a later one would take its entries ("m" and "mm").
+            // The order of the table prevents that.
             ASSERT_EQ(Units::lastParseError(), UNIT_OK) << entry;
             EXPECT_DOUBLE_EQ(value * type.factors[i], 1.0)
                 << Units::CategoryName[c] << " " << entry;
