@@ -40,6 +40,8 @@
 
 #include "zevcore/mesh/MeshQuad.h"
 #include "zevcore/mesh/TriangleMesher.h"
+#include "zevcore/mesh/paver/Geometry.h"
+#include "zevcore/mesh/paver/MeshModel.h"
 
 #include "zevcore/files/BinaryStream.h"
 #include "zevcore/files/StringEx.h"

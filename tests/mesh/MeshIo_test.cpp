@@ -1,0 +1,144 @@
+// The region reader and the writers of the zevcore tool's mesh command.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "support/TestEnv.h"
+#include "tools/zevcore/mesh_io.h"
+
+using namespace zevtool::meshio;
+
+namespace {
+
+int errorLine(const std::string& text, std::string* message = nullptr) {
+    try {
+        parseBoundaryText(text);
+    } catch (const InputError& e) {
+        if (message) *message = e.what();
+        return e.line();
+    }
+    return -1;
+}
+
+}  // namespace
+
+TEST(MeshIo, ReadsLoopsHolesAndConstraintPoints) {
+    Region r = parseBoundaryText(
+        "# plate\r\n"
+        "0 0\r\n0 4\r\n4 4\r\n4 0\r\n0 0\r\n"  // clockwise outer: turned round
+        "\n"
+        "1 1   # a comment after a point\n2 1\n2 2\n1 2\n1 1\n"  // counter-clockwise hole
+        "\n"
+        "interior\n\n3 3\n3.5 0.5\n"
+        "\n"
+        "BOUNDARY\n2 0\n");
+    ASSERT_EQ(r.loops.size(), 2u);
+    EXPECT_EQ(r.loops[0].size(), 4u);
+    EXPECT_GT(signedArea(r.loops[0]), 0.0);
+    EXPECT_LT(signedArea(r.loops[1]), 0.0);
+    EXPECT_DOUBLE_EQ(std::fabs(signedArea(r.loops[1])), 1.0);
+    ASSERT_EQ(r.interiorPoints.size(), 2u);
+    EXPECT_EQ(r.interiorPoints[1].x, 3.5);
+    ASSERT_EQ(r.boundaryPoints.size(), 1u);
+}
+
+TEST(MeshIo, BadRegionsNameTheirLine) {
+    struct Case {
+        const char* text;
+        int line;
+        const char* message;
+    } cases[] = {
+        {"0 0\n1 0\n1 1\n", 3, "not closed"},
+        {"0 0\n1 0\n0 0\n", 3, "at least three"},
+        {"0 0\n1 0\n1 0\n0 1\n0 0\n", 3, "repeats"},
+        {"0 0\n2 2\n2 0\n0 2\n0 0\n", 3, "crosses itself"},
+        {"0 0\n1 0\nx 1\n", 3, "two numbers"},
+        {"0 0 0\n", 1, "two numbers"},
+        {"0 nan\n", 1, "two numbers"},
+        {"0 1e999\n", 1, "two numbers"},
+        {"0 0\n1 0\n2 0\n0 0\n", 4, "no area"},
+        {"\n# nothing\n", 0, "no boundary loop"},
+        {"interior\n1 1\n", 0, "no boundary loop"},
+        {"0 0\n4 0\n4 4\n0 4\n0 0\n\n2 -1\n3 1\n1 1\n2 -1\n", 7, "crosses an earlier loop"},
+        {"0 0\n4 0\n4 4\n0 4\n0 0\n\n5 5\n6 5\n6 6\n5 5\n", 7, "inside the outer"},
+        {"0 0\n9 0\n9 9\n0 9\n0 0\n\n1 1\n5 1\n5 5\n1 1\n\n2 1.5\n3 1.5\n3 2\n2 1.5\n", 12,
+         "inside another hole"},
+    };
+    for (const Case& c : cases) {
+        std::string message;
+        EXPECT_EQ(errorLine(c.text, &message), c.line) << c.text;
+        EXPECT_NE(message.find(c.message), std::string::npos) << message;
+    }
+}
+
+TEST(MeshIo, ArbitraryBytesGetAnAnswerNotACrash) {
+    std::mt19937 random(12345);
+    const std::string alphabet = "0123456789 .-+eE\n\r\t#xinteriorbundy\0\xff";
+    for (int round = 0; round < 3000; ++round) {
+        std::string text;
+        int length = static_cast<int>(random() % 120);
+        for (int i = 0; i < length; ++i) text += alphabet[random() % alphabet.size()];
+        try {
+            Region r = parseBoundaryText(text);
+            EXPECT_FALSE(r.loops.empty());
+        } catch (const InputError&) {
+        }
+    }
+}
+
+TEST(MeshIo, UnreadableFile) {
+    try {
+        readBoundaryFile("/nonexistent/dir/file.txt");
+        FAIL();
+    } catch (const InputError& e) {
+        EXPECT_EQ(e.line(), 0);
+    }
+}
+
+TEST(MeshIo, QualityOfKnownElements) {
+    Mesh mesh;
+    mesh.nodes = {{0, 0}, {2, 0}, {2, 1}, {0, 1}, {3, 0}, {3, 0}};
+    mesh.elements.push_back({4, {0, 1, 2, 3}});  // 2 by 1 rectangle
+    Quality q = measureQuality(mesh);
+    EXPECT_DOUBLE_EQ(q.minAngle, 90.0);
+    EXPECT_DOUBLE_EQ(q.maxAngle, 90.0);
+    EXPECT_EQ(q.concave, 0);
+    EXPECT_DOUBLE_EQ(q.maxAspect, 2.0);
+
+    mesh.elements.push_back({4, {0, 3, 2, 1}});   // the same, clockwise: turned over
+    mesh.elements.push_back({3, {1, 4, 2, -1}});  // a right triangle, legs 1 and 1
+    mesh.elements.push_back({4, {1, 4, 5, 2}});   // a zero-length edge
+    mesh.elements.push_back({4, {0, 1, 2, 99}});  // not a mesh element: ignored
+    q = measureQuality(mesh);
+    EXPECT_EQ(q.concave, 2);
+    EXPECT_EQ(q.degenerate, 1);
+    EXPECT_NEAR(q.minAngle, 45.0, 1e-12);
+    EXPECT_NEAR(q.maxAspect, 2.0, 1e-12);
+}
+
+TEST(MeshIo, WritesGmshAndSvg) {
+    zevtest::TempDir dir;
+    Mesh mesh;
+    mesh.nodes = {{0, 0}, {1, 0}, {1, 1}, {0, 1}, {2, 0}};
+    mesh.elements.push_back({4, {0, 1, 2, 3}});
+    mesh.elements.push_back({3, {1, 4, 2, -1}});
+    writeMsh(dir.file("m.msh"), mesh);
+    EXPECT_EQ(zevtest::readFile(dir.file("m.msh")),
+              "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n"
+              "$Nodes\n5\n1 0 0 0\n2 1 0 0\n3 1 1 0\n4 0 1 0\n5 2 0 0\n$EndNodes\n"
+              "$Elements\n2\n1 3 2 1 1 1 2 3 4\n2 2 2 1 1 2 5 3\n$EndElements\n");
+
+    Region region;
+    region.loops = {{{0, 0}, {2, 0}, {1, 1}, {0, 1}}};
+    region.interiorPoints = {{0.5, 0.5}};
+    writeSvg(dir.file("m.svg"), region, mesh);
+    std::string svg = zevtest::readFile(dir.file("m.svg"));
+    EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
+    EXPECT_NE(svg.find("</svg>"), std::string::npos);
+    EXPECT_EQ(std::count(svg.begin(), svg.end(), '\n') > 5, true);
+    EXPECT_NE(svg.find("<circle"), std::string::npos);
+
+    EXPECT_THROW(writeMsh(dir.file("missing/m.msh"), mesh), std::runtime_error);
+}

@@ -1,0 +1,376 @@
+#include "mesh_io.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace zevtool::meshio {
+
+namespace {
+
+struct Block {
+    enum Kind { kLoop, kInterior, kBoundary } kind = kLoop;
+    std::vector<Point> points;
+    std::vector<int> lines;
+    int keywordLine = 0;
+};
+
+bool parseNumber(const std::string& token, double& value) {
+    if (token.empty()) return false;
+    errno = 0;
+    char* end = nullptr;
+    value = std::strtod(token.c_str(), &end);
+    return end == token.c_str() + token.size() && errno != ERANGE && std::isfinite(value);
+}
+
+double cross(const Point& o, const Point& a, const Point& b) {
+    return (a.x - o.x) * (b.y - o.y) - (a.y - o.y) * (b.x - o.x);
+}
+
+bool onSegment(const Point& p, const Point& a, const Point& b) {
+    return std::min(a.x, b.x) <= p.x && p.x <= std::max(a.x, b.x) && std::min(a.y, b.y) <= p.y &&
+           p.y <= std::max(a.y, b.y);
+}
+
+// Closed segments touch or cross.
+bool segmentsMeet(const Point& a, const Point& b, const Point& c, const Point& d) {
+    double d1 = cross(c, d, a), d2 = cross(c, d, b), d3 = cross(a, b, c), d4 = cross(a, b, d);
+    if (((d1 > 0 && d2 < 0) || (d1 < 0 && d2 > 0)) && ((d3 > 0 && d4 < 0) || (d3 < 0 && d4 > 0)))
+        return true;
+    return (d1 == 0 && onSegment(a, c, d)) || (d2 == 0 && onSegment(b, c, d)) ||
+           (d3 == 0 && onSegment(c, a, b)) || (d4 == 0 && onSegment(d, a, b));
+}
+
+bool insideLoop(const Point& p, const std::vector<Point>& loop) {
+    bool inside = false;
+    for (size_t i = 0, j = loop.size() - 1; i < loop.size(); j = i++) {
+        const Point& a = loop[i];
+        const Point& b = loop[j];
+        if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x)
+            inside = !inside;
+    }
+    return inside;
+}
+
+std::string lower(std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+struct Loop {
+    std::vector<Point> points;
+    std::vector<int> lines;  // source line of each point
+};
+
+Loop closeLoop(const Block& block) {
+    Loop loop{block.points, block.lines};
+    int last = block.lines.back();
+    const Point& f = loop.points.front();
+    const Point& l = loop.points.back();
+    if (loop.points.size() < 2 || f.x != l.x || f.y != l.y)
+        throw InputError(last, "the loop is not closed: its last point must repeat its first");
+    loop.points.pop_back();
+    loop.lines.pop_back();
+    if (loop.points.size() < 3)
+        throw InputError(last, "a loop needs at least three different points");
+    size_t n = loop.points.size();
+    for (size_t i = 0; i < n; ++i) {
+        const Point& a = loop.points[i];
+        const Point& b = loop.points[(i + 1) % n];
+        if (a.x == b.x && a.y == b.y)
+            throw InputError(loop.lines[(i + 1) % n], "a point repeats the one before it");
+    }
+    for (size_t i = 0; i < n; ++i) {
+        for (size_t j = i + 1; j < n; ++j) {
+            bool adjacent = j == i + 1 || (i == 0 && j == n - 1);
+            if (adjacent) continue;
+            if (segmentsMeet(loop.points[i], loop.points[(i + 1) % n], loop.points[j],
+                             loop.points[(j + 1) % n]))
+                throw InputError(loop.lines[j], "the loop crosses itself");
+        }
+    }
+    if (signedArea(loop.points) == 0.0) throw InputError(last, "the loop encloses no area");
+    return loop;
+}
+
+// Writes through a temporary file in the same folder, so that a failure leaves nothing half
+// written and an old file stays as it was.
+void writeWhole(const std::string& path, const std::string& contents) {
+    std::string temp = path + ".part";
+    {
+        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
+        if (!out) throw std::runtime_error("cannot write '" + path + "'");
+        out << contents;
+        out.flush();
+        if (!out) {
+            std::remove(temp.c_str());
+            throw std::runtime_error("cannot write '" + path + "'");
+        }
+    }
+    if (std::rename(temp.c_str(), path.c_str()) != 0) {
+        std::remove(temp.c_str());
+        throw std::runtime_error("cannot write '" + path + "'");
+    }
+}
+
+bool validElement(const Element& e, int nodes) {
+    bool valid = e.count >= 3 && e.count <= 4;
+    for (int i = 0; valid && i < e.count; ++i) valid = e.v[i] >= 0 && e.v[i] < nodes;
+    return valid;
+}
+
+struct ElementShape {
+    double minAngle = 360.0, maxAngle = 0.0, aspect = 0.0;
+    bool concave = false;
+};
+
+// Interior angles, counter-clockwise from the edge to the next corner to the edge to the
+// previous one, so that a clockwise (turned-over) element has every angle above 180.
+ElementShape measureElement(const Mesh& mesh, const Element& e) {
+    ElementShape s;
+    double shortest = std::numeric_limits<double>::infinity(), longest = 0.0;
+    for (int i = 0; i < e.count; ++i) {
+        const Point& p = mesh.nodes[e.v[i]];
+        const Point& next = mesh.nodes[e.v[(i + 1) % e.count]];
+        const Point& prev = mesh.nodes[e.v[(i + e.count - 1) % e.count]];
+        double ax = next.x - p.x, ay = next.y - p.y;
+        double bx = prev.x - p.x, by = prev.y - p.y;
+        double angle = std::atan2(ax * by - ay * bx, ax * bx + ay * by) * 180.0 / M_PI;
+        if (angle < 0.0) angle += 360.0;
+        if (!(angle < 180.0)) s.concave = true;
+        if (!std::isnan(angle)) {
+            s.minAngle = std::min(s.minAngle, angle);
+            s.maxAngle = std::max(s.maxAngle, angle);
+        }
+        double edge = std::hypot(ax, ay);
+        shortest = std::min(shortest, edge);
+        longest = std::max(longest, edge);
+    }
+    s.aspect = shortest > 0.0 ? longest / shortest : std::numeric_limits<double>::infinity();
+    if (!(shortest > 0.0)) s.concave = true;
+    return s;
+}
+
+}  // namespace
+
+double signedArea(const std::vector<Point>& loop) {
+    double twice = 0.0;
+    for (size_t i = 0; i < loop.size(); ++i) {
+        const Point& a = loop[i];
+        const Point& b = loop[(i + 1) % loop.size()];
+        twice += a.x * b.y - b.x * a.y;
+    }
+    return twice * 0.5;
+}
+
+Region parseBoundaryText(const std::string& text) {
+    std::vector<Block> blocks;
+    Block current;
+    bool open = false;
+    auto finish = [&]() {
+        if (open) blocks.push_back(current);
+        current = Block();
+        open = false;
+    };
+
+    std::istringstream in(text);
+    std::string raw;
+    int lineNo = 0;
+    while (std::getline(in, raw)) {
+        ++lineNo;
+        std::string line = raw.substr(0, raw.find('#'));
+        std::istringstream tokens(line);
+        std::vector<std::string> words;
+        for (std::string w; tokens >> w;) words.push_back(w);
+        if (words.empty()) {
+            // A blank line ends a loop; a keyword block may have blank lines after its keyword.
+            if (open && !(current.kind != Block::kLoop && current.points.empty())) finish();
+            continue;
+        }
+        std::string key = lower(words[0]);
+        if (words.size() == 1 && (key == "interior" || key == "boundary")) {
+            finish();
+            current.kind = key == "interior" ? Block::kInterior : Block::kBoundary;
+            current.keywordLine = lineNo;
+            open = true;
+            continue;
+        }
+        Point p;
+        if (words.size() != 2 || !parseNumber(words[0], p.x) || !parseNumber(words[1], p.y))
+            throw InputError(lineNo,
+                             "expected two numbers \"x y\", or a blank line, "
+                             "\"interior\" or \"boundary\"");
+        current.points.push_back(p);
+        current.lines.push_back(lineNo);
+        open = true;
+    }
+    finish();
+
+    Region region;
+    std::vector<Loop> loops;
+    for (const Block& block : blocks) {
+        if (block.kind == Block::kInterior)
+            region.interiorPoints.insert(region.interiorPoints.end(), block.points.begin(),
+                                         block.points.end());
+        else if (block.kind == Block::kBoundary)
+            region.boundaryPoints.insert(region.boundaryPoints.end(), block.points.begin(),
+                                         block.points.end());
+        else
+            loops.push_back(closeLoop(block));
+    }
+    if (loops.empty()) throw InputError(0, "no boundary loop");
+
+    for (size_t a = 0; a < loops.size(); ++a) {
+        for (size_t b = a + 1; b < loops.size(); ++b) {
+            const auto& pa = loops[a].points;
+            const auto& pb = loops[b].points;
+            for (size_t i = 0; i < pa.size(); ++i)
+                for (size_t j = 0; j < pb.size(); ++j)
+                    if (segmentsMeet(pa[i], pa[(i + 1) % pa.size()], pb[j],
+                                     pb[(j + 1) % pb.size()]))
+                        throw InputError(loops[b].lines[j], "the loop crosses an earlier loop");
+        }
+        if (a > 0) {
+            if (!insideLoop(loops[a].points.front(), loops[0].points))
+                throw InputError(loops[a].lines.front(),
+                                 "a hole must lie inside the outer boundary");
+            for (size_t b = 1; b < a; ++b)
+                if (insideLoop(loops[a].points.front(), loops[b].points))
+                    throw InputError(loops[a].lines.front(), "a hole lies inside another hole");
+        }
+    }
+    for (size_t a = 0; a < loops.size(); ++a) {
+        std::vector<Point> points = loops[a].points;
+        bool ccw = signedArea(points) > 0.0;
+        if ((a == 0) != ccw) std::reverse(points.begin(), points.end());
+        region.loops.push_back(points);
+    }
+    return region;
+}
+
+Region readBoundaryFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw InputError(0, "cannot read the file");
+    std::ostringstream text;
+    text << in.rdbuf();
+    if (in.bad()) throw InputError(0, "cannot read the file");
+    return parseBoundaryText(text.str());
+}
+
+Quality measureQuality(const Mesh& mesh) {
+    Quality q;
+    q.minAngle = 360.0;
+    double aspectSum = 0.0;
+    int measured = 0;
+    for (const Element& e : mesh.elements) {
+        if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
+        ElementShape s = measureElement(mesh, e);
+        if (s.concave) ++q.concave;
+        if (!std::isfinite(s.aspect)) {
+            ++q.degenerate;
+            continue;
+        }
+        q.minAngle = std::min(q.minAngle, s.minAngle);
+        q.maxAngle = std::max(q.maxAngle, s.maxAngle);
+        q.maxAspect = std::max(q.maxAspect, s.aspect);
+        aspectSum += s.aspect;
+        ++measured;
+    }
+    if (measured == 0) q.minAngle = 0.0;
+    q.meanAspect = measured ? aspectSum / measured : 0.0;
+    return q;
+}
+
+std::string summaryText(const std::string& method, const Mesh& mesh, const Quality& quality,
+                        int missedInteriorPoints, int interiorPoints) {
+    char buffer[512];
+    std::snprintf(buffer, sizeof buffer,
+                  "method:            %s\n"
+                  "nodes:             %zu\n"
+                  "elements:          %zu\n"
+                  "missed interior points: %d of %d\n"
+                  "interior angles:   %.1f to %.1f degrees\n"
+                  "concave elements:  %d (degenerate: %d)\n"
+                  "aspect ratio:      max %.2f, mean %.2f\n",
+                  method.c_str(), mesh.nodes.size(), mesh.elements.size(), missedInteriorPoints,
+                  interiorPoints, quality.minAngle, quality.maxAngle, quality.concave,
+                  quality.degenerate, quality.maxAspect, quality.meanAspect);
+    return buffer;
+}
+
+void writeSvg(const std::string& path, const Region& region, const Mesh& mesh) {
+    double minX = std::numeric_limits<double>::infinity(), minY = minX;
+    double maxX = -minX, maxY = -minX;
+    auto grow = [&](const Point& p) {
+        minX = std::min(minX, p.x), maxX = std::max(maxX, p.x);
+        minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+    };
+    for (const auto& loop : region.loops)
+        for (const Point& p : loop) grow(p);
+    for (const Point& p : mesh.nodes)
+        if (std::isfinite(p.x) && std::isfinite(p.y)) grow(p);
+    if (!(minX <= maxX)) minX = minY = 0.0, maxX = maxY = 1.0;
+    double extent = std::max({maxX - minX, maxY - minY, 1e-12});
+    const double width = 800.0, margin = 20.0;
+    double scale = (width - 2 * margin) / extent;
+    double height = (maxY - minY) * scale + 2 * margin;
+    auto X = [&](const Point& p) { return margin + (p.x - minX) * scale; };
+    auto Y = [&](const Point& p) { return height - margin - (p.y - minY) * scale; };
+
+    std::ostringstream svg;
+    svg.precision(10);
+    svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
+        << "\" viewBox=\"0 0 " << width << ' ' << height << "\">\n"
+        << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n"
+        << "<g stroke=\"#2060a0\" stroke-width=\"0.8\" stroke-linejoin=\"round\">\n";
+    for (const Element& e : mesh.elements) {
+        if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
+        bool concave = measureElement(mesh, e).concave;
+        svg << "<polygon fill=\"" << (concave ? "#f08080" : "#dce9f5") << "\" points=\"";
+        for (int i = 0; i < e.count; ++i)
+            svg << X(mesh.nodes[e.v[i]]) << ',' << Y(mesh.nodes[e.v[i]]) << ' ';
+        svg << "\"/>\n";
+    }
+    svg << "</g>\n<g fill=\"none\" stroke=\"black\" stroke-width=\"2\">\n";
+    for (const auto& loop : region.loops) {
+        svg << "<polygon points=\"";
+        for (const Point& p : loop) svg << X(p) << ',' << Y(p) << ' ';
+        svg << "\"/>\n";
+    }
+    svg << "</g>\n";
+    for (const Point& p : region.interiorPoints)
+        svg << "<circle cx=\"" << X(p) << "\" cy=\"" << Y(p) << "\" r=\"4\" fill=\"#d02020\"/>\n";
+    for (const Point& p : region.boundaryPoints)
+        svg << "<circle cx=\"" << X(p) << "\" cy=\"" << Y(p) << "\" r=\"4\" fill=\"#20a020\"/>\n";
+    svg << "</svg>\n";
+    writeWhole(path, svg.str());
+}
+
+void writeMsh(const std::string& path, const Mesh& mesh) {
+    std::ostringstream msh;
+    msh.precision(17);
+    msh << "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n" << mesh.nodes.size() << '\n';
+    for (size_t i = 0; i < mesh.nodes.size(); ++i)
+        msh << i + 1 << ' ' << mesh.nodes[i].x << ' ' << mesh.nodes[i].y << " 0\n";
+    msh << "$EndNodes\n$Elements\n";
+    std::ostringstream body;
+    size_t written = 0;
+    for (const Element& e : mesh.elements) {
+        if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
+        // Type 2 is the 3-node triangle, 3 the 4-node quadrangle; two tags: physical and
+        // elementary entity, both 1.
+        body << ++written << ' ' << (e.count == 3 ? 2 : 3) << " 2 1 1";
+        for (int i = 0; i < e.count; ++i) body << ' ' << e.v[i] + 1;
+        body << '\n';
+    }
+    msh << written << '\n' << body.str() << "$EndElements\n";
+    writeWhole(path, msh.str());
+}
+
+}  // namespace zevtool::meshio

@@ -1,0 +1,84 @@
+#pragma once
+
+// The pieces of `zevcore mesh` that do not depend on the mesher: reading regions (built-in
+// shapes, boundary files), measuring element quality, and writing the summary, the SVG
+// picture and the Gmsh MSH 2.2 file. A mesh here is nodes plus elements of three or four
+// corners, so that any mesher's result goes through the same writers.
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zevtool::meshio {
+
+struct Point {
+    double x = 0.0;
+    double y = 0.0;
+};
+
+/// What is to be meshed. loops[0] is the outer boundary, counter-clockwise; later loops are
+/// holes, clockwise. Loops are stored open: the closing edge is implied.
+struct Region {
+    std::vector<std::vector<Point>> loops;
+    std::vector<Point> interiorPoints;
+    std::vector<Point> boundaryPoints;
+};
+
+/// An element of three or four corners, as indices into Mesh::nodes.
+struct Element {
+    int count = 4;
+    std::array<int, 4> v{-1, -1, -1, -1};
+};
+
+struct Mesh {
+    std::vector<Point> nodes;
+    std::vector<Element> elements;
+};
+
+/// Bad input, with the line it was found on (0 when it concerns the file as a whole).
+class InputError : public std::runtime_error {
+public:
+    InputError(int line, const std::string& message) : std::runtime_error(message), m_line(line) {}
+    int line() const { return m_line; }
+
+private:
+    int m_line;
+};
+
+/// Parses the text of a boundary file (see docs/mesh.md). Throws InputError on anything that
+/// is not a valid region: non-numbers, too few points, a loop not closed, a loop crossing
+/// itself or another, a hole outside the outer boundary. Orients the outer loop
+/// counter-clockwise and the holes clockwise.
+Region parseBoundaryText(const std::string& text);
+/// Reads and parses a boundary file; an unreadable file is an InputError on line 0.
+Region readBoundaryFile(const std::string& path);
+
+/// Signed area of a closed loop; positive when counter-clockwise.
+double signedArea(const std::vector<Point>& loop);
+
+struct Quality {
+    // Angles and aspect ratios are taken over the elements without a zero-length edge.
+    double minAngle = 0.0;  // degrees
+    double maxAngle = 0.0;
+    int concave = 0;         // elements with a corner of 180 degrees or more, or turned over
+    int degenerate = 0;      // elements with an edge of zero length (also counted concave)
+    double maxAspect = 0.0;  // longest over shortest edge
+    double meanAspect = 0.0;
+};
+
+Quality measureQuality(const Mesh& mesh);
+
+/// The summary block printed by `zevcore mesh`.
+std::string summaryText(const std::string& method, const Mesh& mesh, const Quality& quality,
+                        int missedInteriorPoints, int interiorPoints);
+
+/// The mesh as an SVG picture: elements (concave ones marked), the region's loops and its
+/// constraint points. Written to a temporary file and renamed, so a failure leaves nothing
+/// half written. Throws std::runtime_error when the file cannot be written.
+void writeSvg(const std::string& path, const Region& region, const Mesh& mesh);
+/// The mesh as Gmsh MSH 2.2 ASCII: nodes (z = 0) and elements (type 3 for quadrilaterals,
+/// 2 for triangles). Written like writeSvg.
+void writeMsh(const std::string& path, const Mesh& mesh);
+
+}  // namespace zevtool::meshio
