@@ -23,6 +23,23 @@ long long stepsBetween(const MeshVertex* from, const MeshVertex* to, long long l
     return steps;
 }
 
+// Makes x and y one node and answers the survivor: a boundary node stays where it is and
+// survives; otherwise both meet half way and x survives. Every element holding the other one
+// is rehung on the survivor.
+MeshVertex* join(std::vector<Quad*>& quads, MeshVertex* x, MeshVertex* y) {
+    MeshVertex* keep = x;
+    MeshVertex* drop = y;
+    if (y->isShapeBoundary) {
+        keep = y;
+        drop = x;
+    } else if (!x->isShapeBoundary) {
+        x->point = (x->point + y->point) * 0.5;
+    }
+    for (Quad* q : quads)
+        if (q->HasVertex(drop)) q->ReplaceVertex(drop, keep);
+    return keep;
+}
+
 }  // namespace
 
 bool CMeshModel::Seam(MeshVertexList& list) {
@@ -37,16 +54,8 @@ bool CMeshModel::Seam(MeshVertexList& list) {
                          !v->isShapeBoundary && !(a->isShapeBoundary && b->isShapeBoundary);
         if (qualifies) {
             IsTransitionSeamRequired(a, v, b);  // asked, and the seam is made whatever it says
-            MeshVertex* keep = a;
-            MeshVertex* drop = b;
-            if (b->isShapeBoundary) {
-                keep = b;
-                drop = a;
-            } else if (!a->isShapeBoundary) {
-                a->point = (a->point + b->point) * 0.5;
-            }
-            for (Quad* q : quads)
-                if (q->HasVertex(drop)) q->ReplaceVertex(drop, keep);
+            MeshVertex* keep = join(quads, a, b);
+            MeshVertex* drop = keep == a ? b : a;
             for (MeshVertex* gone : {v, drop}) {
                 gone->prev->next = gone->next;
                 gone->next->prev = gone->prev;
@@ -131,25 +140,12 @@ bool CMeshModel::SingleBoundaryIntersection(MeshVertexList& list, MeshVertex* ig
     if (!best) return false;
     Candidate cut = *best;
 
-    auto merge = [this](MeshVertex* x, MeshVertex* y) {
-        MeshVertex* keep = x;
-        MeshVertex* drop = y;
-        if (y->isShapeBoundary) {
-            keep = y;
-            drop = x;
-        } else if (!x->isShapeBoundary) {
-            x->point = (x->point + y->point) * 0.5;
-        }
-        for (Quad* q : quads)
-            if (q->HasVertex(drop)) q->ReplaceVertex(drop, keep);
-        return keep;
-    };
     MeshVertex* p2n = cut.p2->next;
     MeshVertex* q1p = cut.q1->prev;
     MeshVertex* q2n = cut.q2->next;
     MeshVertex* p1p = cut.p1->prev;
-    MeshVertex* s1 = merge(cut.p2, cut.q1);
-    MeshVertex* s2 = merge(cut.p1, cut.q2);
+    MeshVertex* s1 = join(quads, cut.p2, cut.q1);
+    MeshVertex* s2 = join(quads, cut.p1, cut.q2);
     s1->next = p2n;
     p2n->prev = s1;
     s1->prev = q1p;
