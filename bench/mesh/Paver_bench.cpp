@@ -1,5 +1,7 @@
-// Paving speed: Mesh on the built-in shapes and on a square with a hole, at sizes that give
-// about 1,000, 10,000 and 50,000 elements where the mesher's caps let it go that far.
+// Paving speed: Mesh on the built-in shapes and on a square with a hole. The caps of 100 row
+// steps per front and pass and 20 passes stop a run at about 2,000 elements whatever the
+// size, so the sizes here give about 1,000 elements and the capped run; finer sizes only
+// cost more time for the same count (and leave fronts open: see the open_fronts counter).
 
 #include <benchmark/benchmark.h>
 
@@ -48,9 +50,9 @@ void BM_Mesh(benchmark::State& state) {
 
 }  // namespace
 
-// Built-in shapes, about 8 units across: sizes for ~1,000, ~10,000 and ~50,000 elements.
+// Built-in shapes, about 8 units across: about 1,000 elements, and the capped run.
 BENCHMARK(BM_Mesh)
-    ->ArgsProduct({{1, 2, 3, 4, 5}, {200, 65, 29}})
+    ->ArgsProduct({{1, 2, 3, 4, 5}, {200, 65}})
     ->Unit(benchmark::kMillisecond);
 // The square with a hole, 100 units across.
-BENCHMARK(BM_Mesh)->ArgsProduct({{6}, {3000, 950, 420}})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Mesh)->ArgsProduct({{6}, {3000, 950}})->Unit(benchmark::kMillisecond);
