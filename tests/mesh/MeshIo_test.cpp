@@ -44,6 +44,17 @@ TEST(MeshIo, ReadsLoopsHolesAndConstraintPoints) {
     ASSERT_EQ(r.boundaryPoints.size(), 1u);
 }
 
+TEST(MeshIo, SolidHolesAreMarkedPerLoop) {
+    Region r = parseBoundaryText(
+        "0 0\n9 0\n9 9\n0 9\n0 0\n\n"
+        "solid\n1 1\n3 1\n3 3\n1 1\n\n"
+        "5 5\n7 5\n7 7\n5 5\n");
+    ASSERT_EQ(r.solid.size(), 3u);
+    EXPECT_FALSE(r.solid[0]);
+    EXPECT_TRUE(r.solid[1]);
+    EXPECT_FALSE(r.solid[2]);
+}
+
 TEST(MeshIo, BadRegionsNameTheirLine) {
     struct Case {
         const char* text;
@@ -61,6 +72,8 @@ TEST(MeshIo, BadRegionsNameTheirLine) {
         {"0 0\n1 0\n2 0\n0 0\n", 4, "no area"},
         {"\n# nothing\n", 0, "no boundary loop"},
         {"interior\n1 1\n", 0, "no boundary loop"},
+        {"solid\n0 0\n1 0\n1 1\n0 0\n", 1, "outer boundary cannot be solid"},
+        {"0 0\n4 0\n4 4\n0 4\n0 0\n\nsolid\n\n", 7, "must be followed by a loop"},
         {"0 0\n4 0\n4 4\n0 4\n0 0\n\n2 -1\n3 1\n1 1\n2 -1\n", 7, "crosses an earlier loop"},
         {"0 0\n4 0\n4 4\n0 4\n0 0\n\n5 5\n6 5\n6 6\n5 5\n", 7, "inside the outer"},
         {"0 0\n9 0\n9 9\n0 9\n0 0\n\n1 1\n5 1\n5 5\n1 1\n\n2 1.5\n3 1.5\n3 2\n2 1.5\n", 12,

@@ -10,6 +10,7 @@
 
 #include "Command.h"
 #include "mesh_io.h"
+#include "mesh_triangle.h"
 #include "zevcore/mesh/paver/MeshModel.h"
 #include "zevcore/platform/Host.h"
 
@@ -28,11 +29,15 @@ const char* const kHelp =
     "  --shape N         a built-in shape, 1 to 5\n"
     "  FILE              a boundary file: blocks of \"x y\" lines, each closed by repeating\n"
     "                    its first point; the first block is the outer boundary, later ones\n"
-    "                    holes; blocks headed \"interior\" or \"boundary\" hold constraint\n"
+    "                    holes (a hole headed \"solid\" is meshed through by the triangle\n"
+    "                    mesher); blocks headed \"interior\" or \"boundary\" hold constraint\n"
     "                    points (see docs/mesh.md)\n"
     "\n"
     "Options:\n"
-    "  --method NAME     the mesher: paver (quadrilaterals; the default)\n"
+    "  --method NAME     the mesher: paver (quadrilaterals; the default) or triangle\n"
+    "  --max-area A      triangle: the largest area of a triangle (default: the area of an\n"
+    "                    equilateral triangle of side --size)\n"
+    "  --conforming      triangle: a conforming Delaunay mesh instead of a quality mesh\n"
     "  --size S          element size (default: a sixteenth of the larger side of the\n"
     "                    region's bounding box)\n"
     "  --divisions N     divisions per boundary line (accepted; the paver sizes by --size)\n"
@@ -54,6 +59,8 @@ struct Options {
     int limit = 1;
     std::string svg, msh;
     bool quiet = false;
+    std::optional<double> maxArea;
+    bool conforming = false;
 };
 
 struct Result {
@@ -252,6 +259,15 @@ int runMesh(const std::vector<std::string>& args) {
             const std::string* v = value(a.c_str());
             if (!v) return kUsage;
             (a == "--svg" ? o.svg : o.msh) = *v;
+        } else if (a == "--max-area") {
+            const std::string* v = value("--max-area");
+            if (!v) return kUsage;
+            double area;
+            if (!parseDouble(*v, area) || !(area > 0.0))
+                return usageError("--max-area must be a number above 0", "mesh");
+            o.maxArea = area;
+        } else if (a == "--conforming") {
+            o.conforming = true;
         } else if (a == "-q" || a == "--quiet") {
             o.quiet = true;
         } else if (!a.empty() && a[0] == '-') {
@@ -264,8 +280,11 @@ int runMesh(const std::vector<std::string>& args) {
     }
     if ((o.shape != 0) == !o.input.empty())
         return usageError("give either --shape N or a boundary file", "mesh");
-    if (o.method != "paver")
-        return usageError("unknown method '" + o.method + "' (available: paver)", "mesh");
+    if (o.method != "paver" && o.method != "triangle")
+        return usageError("unknown method '" + o.method + "' (available: paver, triangle)",
+                          "mesh");
+    if (o.method != "triangle" && (o.maxArea || o.conforming))
+        return usageError("--max-area and --conforming go with --method triangle", "mesh");
 
     Region region;
     if (o.shape) {
@@ -281,11 +300,24 @@ int runMesh(const std::vector<std::string>& args) {
         }
     }
     double size = o.size ? *o.size : defaultSize(region);
-    Result result = runPaver(region, o, size);
+    Result result;
+    if (o.method == "triangle") {
+        double maxArea = o.maxArea ? *o.maxArea : std::sqrt(3.0) / 4.0 * size * size;
+        TriangleResult triangles = meshWithTriangle(region, maxArea, o.conforming);
+        if (!triangles.error.empty()) {
+            std::cerr << "zevcore mesh: " << triangles.error << '\n';
+            return kFailure;
+        }
+        result.mesh = std::move(triangles.mesh);
+        result.missedInteriorPoints = triangles.missedInteriorPoints;
+    } else {
+        result = runPaver(region, o, size);
+    }
 
     Quality quality = measureQuality(result.mesh);
     std::cout << summaryText(o.method, result.mesh, quality, result.missedInteriorPoints,
                              static_cast<int>(region.interiorPoints.size()));
+    if (o.method == "triangle") std::cout << triangleSummaryText(result.mesh, quality, o.conforming);
     try {
         if (!o.svg.empty()) writeSvg(o.svg, region, result.mesh);
         if (!o.msh.empty()) writeMsh(o.msh, result.mesh);

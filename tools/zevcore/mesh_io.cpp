@@ -18,6 +18,7 @@ struct Block {
     std::vector<Point> points;
     std::vector<int> lines;
     int keywordLine = 0;
+    bool solid = false;  // a loop started by "solid"
 };
 
 bool parseNumber(const std::string& token, double& value) {
@@ -189,10 +190,17 @@ Region parseBoundaryText(const std::string& text) {
         for (std::string w; tokens >> w;) words.push_back(w);
         if (words.empty()) {
             // A blank line ends a loop; a keyword block may have blank lines after its keyword.
-            if (open && !(current.kind != Block::kLoop && current.points.empty())) finish();
+            if (open && !current.points.empty()) finish();
             continue;
         }
         std::string key = lower(words[0]);
+        if (words.size() == 1 && key == "solid") {
+            finish();
+            current.solid = true;
+            current.keywordLine = lineNo;
+            open = true;
+            continue;
+        }
         if (words.size() == 1 && (key == "interior" || key == "boundary")) {
             finish();
             current.kind = key == "interior" ? Block::kInterior : Block::kBoundary;
@@ -204,7 +212,7 @@ Region parseBoundaryText(const std::string& text) {
         if (words.size() != 2 || !parseNumber(words[0], p.x) || !parseNumber(words[1], p.y))
             throw InputError(lineNo,
                              "expected two numbers \"x y\", or a blank line, "
-                             "\"interior\" or \"boundary\"");
+                             "\"interior\", \"boundary\" or \"solid\"");
         current.points.push_back(p);
         current.lines.push_back(lineNo);
         open = true;
@@ -220,8 +228,14 @@ Region parseBoundaryText(const std::string& text) {
         else if (block.kind == Block::kBoundary)
             region.boundaryPoints.insert(region.boundaryPoints.end(), block.points.begin(),
                                          block.points.end());
-        else
+        else if (block.points.empty())
+            throw InputError(block.keywordLine, "\"solid\" must be followed by a loop");
+        else {
+            if (block.solid && loops.empty())
+                throw InputError(block.keywordLine, "the outer boundary cannot be solid");
             loops.push_back(closeLoop(block));
+            region.solid.push_back(block.solid);
+        }
     }
     if (loops.empty()) throw InputError(0, "no boundary loop");
 

@@ -21,6 +21,9 @@ struct Point {
 /// holes, clockwise. Loops are stored open: the closing edge is implied.
 struct Region {
     std::vector<std::vector<Point>> loops;
+    /// One flag a loop: a solid hole is meshed through (its outline becomes edges of the mesh)
+    /// instead of being left empty. Only the triangle mesher honours it.
+    std::vector<bool> solid;
     std::vector<Point> interiorPoints;
     std::vector<Point> boundaryPoints;
 };

@@ -1,0 +1,83 @@
+#include "mesh_triangle.h"
+
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "zevcore/frame/Math.h"
+#include "zevcore/mesh/TriangleMesher.h"
+
+namespace zevtool::meshio {
+
+namespace {
+
+void append(std::vector<double>& xy, const std::vector<Point>& points) {
+    for (const Point& p : points) xy.insert(xy.end(), {p.x, p.y});
+}
+
+}  // namespace
+
+TriangleResult meshWithTriangle(const Region& region, double maxArea, bool conforming) {
+    TriangleResult result;
+    if (region.loops.empty()) return result;
+    std::vector<double> boundary, interior, extra, holes;
+    append(boundary, region.loops[0]);
+    append(interior, region.interiorPoints);
+    append(extra, region.boundaryPoints);
+    std::vector<int> holeSizes;
+    // A plain array: std::vector<bool> has no bool* to hand over.
+    std::unique_ptr<bool[]> isVoid(new bool[region.loops.size()]);
+    for (std::size_t h = 1; h < region.loops.size(); ++h) {
+        append(holes, region.loops[h]);
+        holeSizes.push_back(static_cast<int>(region.loops[h].size()));
+        isVoid[h - 1] = !(h < region.solid.size() && region.solid[h]);
+    }
+
+    ZEVTriangleMesher mesher;
+    int n = mesher.mesh_it(boundary.data(), static_cast<int>(boundary.size() / 2), interior.data(),
+                           static_cast<int>(interior.size() / 2), extra.data(),
+                           static_cast<int>(extra.size() / 2), static_cast<int>(holeSizes.size()),
+                           holeSizes.data(), holes.data(), maxArea, conforming, isVoid.get());
+    if (n == 0) {
+        result.error = mesher.errorText[0] ? mesher.errorText : "no triangles were made";
+        return result;
+    }
+    for (int i = 0; i < mesher.numberOfPoints; ++i)
+        result.mesh.nodes.push_back({mesher.points[2 * i], mesher.points[2 * i + 1]});
+    for (int t = 0; t < mesher.numberOfTriangles; ++t) {
+        Element e;
+        e.count = 3;
+        for (int c = 0; c < 3; ++c) e.v[c] = mesher.triangles[3 * t + c];
+        result.mesh.elements.push_back(e);
+    }
+    // A constraint point counts as met when a corner of some triangle stands on it; Triangle
+    // keeps points that fall in a void hole, but in no triangle.
+    std::vector<bool> used(result.mesh.nodes.size(), false);
+    for (const Element& e : result.mesh.elements)
+        for (int c = 0; c < 3; ++c) used[e.v[c]] = true;
+    for (const Point& p : region.interiorPoints) {
+        bool met = false;
+        for (std::size_t i = 0; i < used.size() && !met; ++i)
+            met = used[i] && std::hypot(p.x - result.mesh.nodes[i].x,
+                                        p.y - result.mesh.nodes[i].y) < TOLERANCE;
+        result.missedInteriorPoints += !met;
+    }
+    return result;
+}
+
+std::string triangleSummaryText(const Mesh& mesh, const Quality& quality, bool conforming) {
+    char buffer[256];
+    if (conforming)
+        std::snprintf(buffer, sizeof buffer,
+                      "triangles:         %zu, smallest angle %.1f degrees (conforming "
+                      "Delaunay, no angle bound)\n",
+                      mesh.elements.size(), quality.minAngle);
+    else
+        std::snprintf(buffer, sizeof buffer,
+                      "triangles:         %zu, smallest angle %.1f degrees (bound 20.0)\n",
+                      mesh.elements.size(), quality.minAngle);
+    return buffer;
+}
+
+}  // namespace zevtool::meshio
