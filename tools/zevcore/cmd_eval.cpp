@@ -54,14 +54,16 @@ int run(const std::vector<std::string>& args) {
         const std::string& a = args[i];
         if (a == "--var") {
             if (i + 1 >= args.size()) return usageError("--var needs name=number", "eval");
-            const std::string& spec = args[++i];
-            size_t eq = spec.find('=');
+            const std::string& assignment = args[++i];
+            size_t eq = assignment.find('=');
             char* end = nullptr;
-            double v = eq == std::string::npos ? 0.0 : std::strtod(spec.c_str() + eq + 1, &end);
-            if (eq == std::string::npos || eq == 0 || end == spec.c_str() + eq + 1 || *end != '\0')
-                return usageError("--var needs name=number, not '" + spec + "'", "eval");
+            double v =
+                eq == std::string::npos ? 0.0 : std::strtod(assignment.c_str() + eq + 1, &end);
+            if (eq == std::string::npos || eq == 0 || end == assignment.c_str() + eq + 1 ||
+                *end != '\0')
+                return usageError("--var needs name=number, not '" + assignment + "'", "eval");
             values.emplace_back().SetValue(v);
-            table.SetAt(spec.substr(0, eq).c_str(), &values.back());
+            table.SetAt(assignment.substr(0, eq).c_str(), &values.back());
         } else if (a.size() > 1 && a[0] == '-' &&
                    (a[1] == '-' || std::isalpha(static_cast<unsigned char>(a[1])))) {
             return usageError("unknown option '" + a + "'", "eval");
