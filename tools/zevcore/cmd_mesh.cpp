@@ -150,23 +150,7 @@ Region regionOfModel(const Paver::CMeshModel& model) {
 
 Region builtInShape(int n) {
     Paver::CMeshModel model;
-    switch (n) {
-        case 1:
-            model.DrawShape1();
-            break;
-        case 2:
-            model.DrawShape2();
-            break;
-        case 3:
-            model.DrawShape3();
-            break;
-        case 4:
-            model.DrawShape4();
-            break;
-        default:
-            model.DrawShape5();
-            break;
-    }
+    model.DrawShape(n);
     return regionOfModel(model);
 }
 

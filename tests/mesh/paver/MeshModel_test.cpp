@@ -258,23 +258,7 @@ class BuiltInShape : public ::testing::TestWithParam<int> {};
 
 TEST_P(BuiltInShape, PavesCompletelyAndTheSameEveryTime) {
     auto run = [](TestModel& model) {
-        switch (GetParam()) {
-            case 1:
-                model.DrawShape1();
-                break;
-            case 2:
-                model.DrawShape2();
-                break;
-            case 3:
-                model.DrawShape3();
-                break;
-            case 4:
-                model.DrawShape4();
-                break;
-            default:
-                model.DrawShape5();
-                break;
-        }
+        model.DrawShape(GetParam());
         return model.Mesh(1, 0.5, 0, false);
     };
     TestModel a, b;

@@ -233,6 +233,28 @@ void CMeshModel::addShapeLines(const std::vector<CPoint2D>& points) {
     AddBoundary();
 }
 
+bool CMeshModel::DrawShape(int n) {
+    switch (n) {
+        case 1:
+            DrawShape1();
+            return true;
+        case 2:
+            DrawShape2();
+            return true;
+        case 3:
+            DrawShape3();
+            return true;
+        case 4:
+            DrawShape4();
+            return true;
+        case 5:
+            DrawShape5();
+            return true;
+        default:
+            return false;
+    }
+}
+
 void CMeshModel::DrawShape1() {
     addShapeLines({{0, -4}, {4, -4}, {8.0 / 3.0, 4}, {-4, 4}, {-4, 0}, {4.0 / 3.0, 4.0 / 3.0}});
 }

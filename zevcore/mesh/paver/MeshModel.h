@@ -171,6 +171,8 @@ public:
     void DrawShape3();
     void DrawShape4();
     void DrawShape5();
+    /// Draws built-in shape `n` (1 to 5); false, with nothing drawn, for any other number.
+    bool DrawShape(int n);
 
     /// The quadrilateral test of the mesher: the corners a, b, c, d in order, as a cycle,
     /// each with a strictly positive turn. Straight, degenerate and clockwise count as
