@@ -99,26 +99,6 @@ Loop closeLoop(const Block& block) {
     return loop;
 }
 
-// Writes through a temporary file in the same folder, so that a failure leaves nothing half
-// written and an old file stays as it was.
-void writeWhole(const std::string& path, const std::string& contents) {
-    std::string temp = path + ".part";
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (!out) throw std::runtime_error("cannot write '" + path + "'");
-        out << contents;
-        out.flush();
-        if (!out) {
-            std::remove(temp.c_str());
-            throw std::runtime_error("cannot write '" + path + "'");
-        }
-    }
-    if (std::rename(temp.c_str(), path.c_str()) != 0) {
-        std::remove(temp.c_str());
-        throw std::runtime_error("cannot write '" + path + "'");
-    }
-}
-
 bool validElement(const Element& e, int nodes) {
     bool valid = e.count >= 3 && e.count <= 4;
     for (int i = 0; valid && i < e.count; ++i) valid = e.v[i] >= 0 && e.v[i] < nodes;
@@ -317,7 +297,7 @@ std::string summaryText(const std::string& method, const Mesh& mesh, const Quali
     return buffer;
 }
 
-void writeSvg(const std::string& path, const Region& region, const Mesh& mesh) {
+std::string svgText(const Region& region, const Mesh& mesh) {
     double minX = std::numeric_limits<double>::infinity(), minY = minX;
     double maxX = -minX, maxY = -minX;
     auto grow = [&](const Point& p) {
@@ -363,10 +343,10 @@ void writeSvg(const std::string& path, const Region& region, const Mesh& mesh) {
     for (const Point& p : region.boundaryPoints)
         svg << "<circle cx=\"" << X(p) << "\" cy=\"" << Y(p) << "\" r=\"4\" fill=\"#20a020\"/>\n";
     svg << "</svg>\n";
-    writeWhole(path, svg.str());
+    return svg.str();
 }
 
-void writeMsh(const std::string& path, const Mesh& mesh) {
+std::string mshText(const Mesh& mesh) {
     std::ostringstream msh;
     msh.precision(17);
     msh << "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n" << mesh.nodes.size() << '\n';
@@ -384,7 +364,7 @@ void writeMsh(const std::string& path, const Mesh& mesh) {
         body << '\n';
     }
     msh << written << '\n' << body.str() << "$EndElements\n";
-    writeWhole(path, msh.str());
+    return msh.str();
 }
 
 }  // namespace zevtool::meshio

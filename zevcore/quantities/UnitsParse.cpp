@@ -231,7 +231,10 @@ double parseRange(ETUnit u, const CString& text, double lo, double hi) {
             unit = currentUnit(u);
         } else if (!exprOk) {
             if (!isNumber)
-                return fail(UNIT_BAD_VALUE, exprError == 1 ? kDivideByZero : kUnrecognized, value);
+                return fail(
+                    UNIT_BAD_VALUE,
+                    exprError == CExpression::kDivisionByZero ? kDivideByZero : kUnrecognized,
+                    value);
             scanNumber(work, value);
         }
         value = internalValue(u, value, unit);
