@@ -63,8 +63,8 @@ TEST(ShellFolders, CommonDataFallsBackToTheUsersStateFolder) {
     // Run as a user who may not write /var/lib, in a child so that root's tests can drop
     // their rights without dropping them for the rest of the suite.
     auto asUser = [] {
-        if (geteuid() == 0 && (setresgid(65534, 65534, 65534) != 0 ||
-                               setresuid(65534, 65534, 65534) != 0))
+        if (geteuid() == 0 &&
+            (setresgid(65534, 65534, 65534) != 0 || setresuid(65534, 65534, 65534) != 0))
             std::_Exit(3);
         CString path;
         std::_Exit(ZEVGetFolderPath(CSIDL_COMMON_APPDATA, path) && path == "/state" ? 0 : 1);
