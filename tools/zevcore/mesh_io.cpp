@@ -7,7 +7,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <limits>
+#include <locale>
 #include <sstream>
+
+#include "zevcore/platform/Locale.h"
 
 namespace zevtool::meshio {
 
@@ -25,7 +28,7 @@ bool parseNumber(const std::string& token, double& value) {
     if (token.empty()) return false;
     errno = 0;
     char* end = nullptr;
-    value = std::strtod(token.c_str(), &end);
+    value = ZEVStrtod(token.c_str(), &end);
     return end == token.c_str() + token.size() && errno != ERANGE && std::isfinite(value);
 }
 
@@ -251,6 +254,7 @@ Region readBoundaryFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(0, "cannot read the file");
     std::ostringstream text;
+    text.imbue(std::locale::classic());
     text << in.rdbuf();
     if (in.bad()) throw InputError(0, "cannot read the file");
     return parseBoundaryText(text.str());
@@ -282,6 +286,7 @@ Quality measureQuality(const Mesh& mesh) {
 
 std::string summaryText(const std::string& method, const Mesh& mesh, const Quality& quality,
                         int missedInteriorPoints, int interiorPoints) {
+    CZEVClassicLocaleScope classic;
     char buffer[512];
     std::snprintf(buffer, sizeof buffer,
                   "method:            %s\n"
@@ -317,6 +322,7 @@ std::string svgText(const Region& region, const Mesh& mesh) {
     auto Y = [&](const Point& p) { return height - margin - (p.y - minY) * scale; };
 
     std::ostringstream svg;
+    svg.imbue(std::locale::classic());
     svg.precision(10);
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
@@ -348,12 +354,14 @@ std::string svgText(const Region& region, const Mesh& mesh) {
 
 std::string mshText(const Mesh& mesh) {
     std::ostringstream msh;
+    msh.imbue(std::locale::classic());
     msh.precision(17);
     msh << "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n" << mesh.nodes.size() << '\n';
     for (size_t i = 0; i < mesh.nodes.size(); ++i)
         msh << i + 1 << ' ' << mesh.nodes[i].x << ' ' << mesh.nodes[i].y << " 0\n";
     msh << "$EndNodes\n$Elements\n";
     std::ostringstream body;
+    body.imbue(std::locale::classic());
     size_t written = 0;
     for (const Element& e : mesh.elements) {
         if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;

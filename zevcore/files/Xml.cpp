@@ -1,4 +1,5 @@
 #include "zevcore/files/Xml.h"
+#include "zevcore/platform/Locale.h"
 
 #include <cstring>
 #include <utility>
@@ -90,6 +91,7 @@ void xmlwriter::CreateChild(std::string name, int value) {
 
 void xmlwriter::CreateChild(std::string name, double value) {
     char text[40];
+    CZEVClassicLocaleScope classic;
     std::snprintf(text, sizeof text, "%.15lg", value);
     CreateChild(std::move(name), text);
 }

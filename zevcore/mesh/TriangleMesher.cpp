@@ -22,6 +22,7 @@
 #include "zevcore/geometry/Point3D.h"
 #include "zevcore/platform/Desktop.h"
 #include "zevcore/platform/Host.h"
+#include "zevcore/platform/Locale.h"
 
 // Triangle's header defines REAL, VOID and INT_PTR as macros and puts its internal types
 // (mesh, vertex, triangle, ...) in the global namespace, so it comes after everything else.
@@ -515,6 +516,9 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
                                            double* interiorIn, int interiorCount, int holeCount,
                                            int* holeSizes, double* holePoints, double maxArea,
                                            bool conforming, bool* holeIsVoid) {
+    // Triangle reads its switches with the C library, so the area is printed and read back
+    // in the C locale whatever the host has set.
+    CZEVClassicLocaleScope classic;
     // Triangle talks on standard output; the file takes it, and the host gets its output
     // back however this ends. The file is removed only after a successful run.
     const CString messageFile = ZEVMakeTempFile("Msh", "");

@@ -1,4 +1,5 @@
 #include "zevcore/quantities/Expression.h"
+#include "zevcore/platform/Locale.h"
 
 #include <algorithm>
 #include <charconv>
@@ -44,7 +45,7 @@ double leadingNumber(const char* first, const char* last) {
         // from_chars leaves the value alone on overflow and underflow; atof gives the
         // infinity or the zero of the right sign, and so does strtod.
         std::string copy(first, end);
-        value = std::strtod(copy.c_str(), nullptr);
+        value = ZEVStrtod(copy.c_str(), nullptr);
     } else if (error != std::errc()) {
         value = 0.0;
     }

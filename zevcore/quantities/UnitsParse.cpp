@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "zevcore/frame/Math.h"
+#include "zevcore/platform/Locale.h"
 #include "zevcore/quantities/Expression.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/quantities/UnitsInternal.hpp"
@@ -59,7 +60,7 @@ int scanText(const char* in, const char* format, void* const* fields) {
                 if (!(std::isdigit(static_cast<unsigned char>(*digits)) || *digits == '.') ||
                     (digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')))
                     return stored;
-                double v = std::strtod(in, &end);
+                double v = ZEVStrtod(in, &end);
                 if (end == in) return stored;
                 *static_cast<double*>(fields[stored++]) = v;
             }
