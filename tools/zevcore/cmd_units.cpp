@@ -105,6 +105,10 @@ int run(const std::vector<std::string>& args) {
         if (range == ranges[i]) r = i;
     if (r < 0) throw UsageError("unknown range '" + range + "'");
 
+    // The library reads an entry without a digit ("", ".", "-") as 0 with no error, as a
+    // field left blank would be; as an answer to "what is this entry", that is no number.
+    if (positional[1].find_first_of("0123456789") == std::string::npos)
+        throw std::runtime_error("'" + positional[1] + "' holds no number");
     ETUnit u = static_cast<ETUnit>(c);
     ETUnitError error = UNIT_OK;
     double value = Units::parse(u, positional[1].c_str(), &error, static_cast<ETUnitRange>(r));

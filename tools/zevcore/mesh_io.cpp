@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
 #include <locale>
 #include <sstream>
@@ -251,13 +253,14 @@ Region parseBoundaryText(const std::string& text) {
 }
 
 Region readBoundaryFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw InputError(0, "cannot read the file: it is a folder");
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(0, "cannot read the file");
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << in.rdbuf();
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (in.bad()) throw InputError(0, "cannot read the file");
-    return parseBoundaryText(text.str());
+    return parseBoundaryText(text);
 }
 
 Quality measureQuality(const Mesh& mesh) {
