@@ -49,6 +49,10 @@
 #include "zevcore/files/TextFile.h"
 #include "zevcore/files/Xml.h"
 
+#include "zevcore/graphics/GraphicGrid.h"
+#include "zevcore/graphics/GridManager.h"
+#include "zevcore/graphics/PointerArray.h"
+
 #include "zevcore/quantities/Expression.h"
 #include "zevcore/quantities/UnitStyleDlg.h"
 #include "zevcore/quantities/Units.h"
