@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "zevcore/frame/Ini.h"
 #include "zevcore/platform/Registry.h"
@@ -47,10 +48,12 @@ void BM_Write2000Settings(benchmark::State& state) {
     BenchStore store;
     setIniBase("Software\\ZEV\\Bench");
     const bool batched = state.range(0) != 0;
+    std::vector<std::string> keys;
+    for (int i = 0; i < 50; ++i) keys.push_back(std::to_string(i));
     for (auto _ : state) {
         std::optional<CZEVSettingsBatch> batch;
         if (batched) batch.emplace();
-        for (int i = 0; i < 2000; ++i) writeIniInt(("N" + std::to_string(i % 50)).c_str(), i);
+        for (int i = 0; i < 2000; ++i) writeIniInt(keys[i % 50].c_str(), i);
         if (batch) batch->Commit();
     }
     state.SetLabel(batched ? "one batch" : "one transaction each");
