@@ -45,6 +45,7 @@
 #include "zevcore/mesh/paver/MeshModel.h"
 
 #include "zevcore/files/BinaryStream.h"
+#include "zevcore/files/FileRecovery.h"
 #include "zevcore/files/StringEx.h"
 #include "zevcore/files/TextFile.h"
 #include "zevcore/files/Xml.h"

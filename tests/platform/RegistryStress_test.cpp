@@ -142,8 +142,10 @@ TEST(RegistryStress, AKilledBatchLeavesAllOfItOrNone) {
     for (int k = 0; k < 5; ++k) {
         IZEVSettingsStore::KeyId id = 0;
         bool created = false;
-        if (reopened.OpenKey(root, {"Software", "Stress", "K" + std::to_string(k)}, false, id,
-                             created) != ERROR_SUCCESS)
+        std::string name = "K";
+        name += std::to_string(k);  // not "K" + ..., which GCC 12 -O3 warns about wrongly
+        if (reopened.OpenKey(root, {"Software", "Stress", name}, false, id, created) !=
+            ERROR_SUCCESS)
             continue;
         ++keysSeen;
         ZEVStoredValue a, b, c;
