@@ -153,23 +153,49 @@ CPoint3D CGraphicGrid::worldPoint(double a, double b, double c) const {
     return p;
 }
 
-void CGraphicGrid::steps(double (&s)[3]) const {
+namespace {
+
+// The values a loop from `min` while not past `max` by `step` visits; none when there would be
+// more than the bound, or when the step stops moving the value.
+void loopValues(double min, double max, double step, std::vector<double>& values) {
+    for (double u = min; u <= max; u += step) {
+        if (values.size() == kMaxLatticePoints || (!values.empty() && u == values.back())) {
+            values.clear();
+            return;
+        }
+        values.push_back(u);
+    }
+}
+
+}  // namespace
+
+CGraphicGrid::Lattice CGraphicGrid::lattice() const {
+    Lattice l;
+    double* s = l.step;
     for (int i = 0; i < 3; ++i) {
         s[i] = paramMax[i] - paramMin[i];
         if (zero(s[i], TOLERANCE) && divisionCount[i] >= 0) s[i] = kDegenerateStep;
         if (divisionCount[i] > 0) s[i] /= divisionCount[i];
     }
-}
-
-void CGraphicGrid::axisValues(int axis, double step, std::vector<double>& values) const {
-    values.clear();
-    for (double u = paramMin[axis]; u <= paramMax[axis]; u += step) {
-        if (values.size() == kMaxLatticePoints || (!values.empty() && u == values.back())) {
-            values.clear();  // more than can be generated, or a step that no longer moves u
-            return;
-        }
-        values.push_back(u);
-    }
+    l.collapsed1 = divisionCount[1] < 0 || zero(s[1], TOLERANCE);
+    l.collapsed2 = l.collapsed1 || divisionCount[2] < 0 || zero(s[2], TOLERANCE);
+    if (!(divisionCount[0] < 0 || zero(s[0], TOLERANCE)))
+        loopValues(paramMin[0], paramMax[0], s[0], l.values[0]);
+    if (l.collapsed1)
+        l.values[1] = {paramMin[1]};
+    else
+        loopValues(paramMin[1], paramMax[1], s[1], l.values[1]);
+    if (l.collapsed2)
+        l.values[2] = {paramMin[2]};
+    else
+        loopValues(paramMin[2], paramMax[2], s[2], l.values[2]);
+    std::size_t total = l.values[0].size();
+    for (int i = 1; i < 3; ++i)
+        total = !l.values[i].empty() && total <= kMaxLatticePoints / l.values[i].size()
+                    ? total * l.values[i].size()
+                    : kMaxLatticePoints + 1;
+    if (total > kMaxLatticePoints) l.values[0].clear();
+    return l;
 }
 
 void CGraphicGrid::UpdateGridData(bool x, bool y, bool z) {
@@ -178,29 +204,10 @@ void CGraphicGrid::UpdateGridData(bool x, bool y, bool z) {
     yLines.clear();
     zLines.clear();
     const bool wantLines = x || z;
-    double s[3];
-    steps(s);
-
-    // The loops' values, accumulated as the loops accumulate them. A collapsed second
-    // parameter collapses the third as well.
-    std::vector<double> values[3];
-    const bool collapsed1 = divisionCount[1] < 0 || zero(s[1], TOLERANCE);
-    const bool collapsed2 = collapsed1 || divisionCount[2] < 0 || zero(s[2], TOLERANCE);
-    if (!(divisionCount[0] < 0 || zero(s[0], TOLERANCE))) axisValues(0, s[0], values[0]);
-    if (collapsed1)
-        values[1] = {paramMin[1]};
-    else
-        axisValues(1, s[1], values[1]);
-    if (collapsed2)
-        values[2] = {paramMin[2]};
-    else
-        axisValues(2, s[2], values[2]);
-    std::size_t total = values[0].size();
-    for (int i = 1; i < 3; ++i)
-        total = values[i].size() != 0 && total <= kMaxLatticePoints / values[i].size()
-                    ? total * values[i].size()
-                    : kMaxLatticePoints + 1;
-    if (total > kMaxLatticePoints) values[0].clear();
+    const Lattice l = lattice();
+    const double* s = l.step;
+    const bool collapsed1 = l.collapsed1, collapsed2 = l.collapsed2;
+    const auto& values = l.values;
 
     auto addLine = [this](TPointerArray<CLine3D>& family, const CPoint3D& a, const CPoint3D& b,
                           bool keep) {
@@ -637,20 +644,8 @@ bool CRectangularGrid::closestByArithmetic(const CPoint3D& p, CPoint3D& best, do
                 if (std::abs(dot - (i == j ? 1.0 : 0.0)) > 1e-9) return false;
             }
     }
-    double s[3];
-    steps(s);
-    const bool collapsed1 = divisionCount[1] < 0 || zero(s[1], TOLERANCE);
-    const bool collapsed2 = collapsed1 || divisionCount[2] < 0 || zero(s[2], TOLERANCE);
-    std::vector<double> values[3];
-    if (!(divisionCount[0] < 0 || zero(s[0], TOLERANCE))) axisValues(0, s[0], values[0]);
-    if (collapsed1)
-        values[1] = {paramMin[1]};
-    else
-        axisValues(1, s[1], values[1]);
-    if (collapsed2)
-        values[2] = {paramMin[2]};
-    else
-        axisValues(2, s[2], values[2]);
+    const Lattice l = lattice();
+    const auto& values = l.values;
     if (values[0].size() * values[1].size() * values[2].size() !=
             static_cast<std::size_t>(gridPoints.getCount()) ||
         gridPoints.getCount() == 0)

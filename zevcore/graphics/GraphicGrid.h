@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "zevcore/Export.h"
 #include "zevcore/files/BinaryStream.h"
@@ -135,10 +136,16 @@ protected:
     virtual bool closestByArithmetic(const CPoint3D& p, CPoint3D& best, double& distance);
     /// The point of (a, b, c) in world coordinates, as the lattice holds it.
     CPoint3D worldPoint(double a, double b, double c) const;
-    /// The values the loop of parameter `axis` visits, accumulated as the generation does.
-    void axisValues(int axis, double step, std::vector<double>& values) const;
-    /// The step of each parameter, as the generation takes it.
-    void steps(double (&s)[3]) const;
+    /// What the generation loops over: each parameter's step and the values its loop visits,
+    /// accumulated as the loop accumulates them. A collapsed parameter has one value, its
+    /// minimum; a collapsed second parameter collapses the third as well. A lattice past the
+    /// bound on its size has no values on the first parameter.
+    struct Lattice {
+        double step[3];
+        std::vector<double> values[3];
+        bool collapsed1, collapsed2;
+    };
+    Lattice lattice() const;
     void copyParameters(const CGraphicGrid& other);
 
     std::int32_t type = gtUnknown;

@@ -108,30 +108,32 @@ CString CGridManager::getGridTypeString(int index, int style) const {
     return getGridTypeName(getGridType(index), style);
 }
 
-CPoint3D CGridManager::closestGridPoint(const CPoint3D& p, double& distance) {
+namespace {
+
+// The nearest lattice point to a point or a line over the visible grids, the earlier grid on
+// a tie.
+template <typename Target>
+CPoint3D closestAcross(const CGridManager& manager, const Target& target, double& distance) {
     CPoint3D best(0, 0, 0);
     distance = BIG;
-    for (int i = 1; i <= gridCount(); ++i) {
-        CGraphicGrid* g = grid(i);
+    for (int i = 1; i <= manager.gridCount(); ++i) {
+        CGraphicGrid* g = manager.grid(i);
         if (!g || !g->isVisible()) continue;
         double d = BIG;
-        const CPoint3D q = g->closestGridPoint(p, d);
+        const CPoint3D q = g->closestGridPoint(target, d);
         if (d < distance) distance = d, best = q;
     }
     return best;
 }
 
+}  // namespace
+
+CPoint3D CGridManager::closestGridPoint(const CPoint3D& p, double& distance) {
+    return closestAcross(*this, p, distance);
+}
+
 CPoint3D CGridManager::closestGridPoint(const CLine3D& line, double& distance) {
-    CPoint3D best(0, 0, 0);
-    distance = BIG;
-    for (int i = 1; i <= gridCount(); ++i) {
-        CGraphicGrid* g = grid(i);
-        if (!g || !g->isVisible()) continue;
-        double d = BIG;
-        const CPoint3D q = g->closestGridPoint(line, d);
-        if (d < distance) distance = d, best = q;
-    }
-    return best;
+    return closestAcross(*this, line, distance);
 }
 
 void CGridManager::snapToGrid(CPoint3D& p) {
