@@ -18,9 +18,8 @@ namespace {
 // A store of the run's own in memory-backed storage when there is some (every write is
 // flushed to the disk), removed when the run ends.
 struct FuzzStore {
-    std::string path =
-        std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/zev-fuzz-" +
-        std::to_string(getpid()) + ".db";
+    std::string path = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") +
+                       "/zev-fuzz-" + std::to_string(getpid()) + ".db";
     CZEVFileSettingsStore store{path.c_str()};
     ~FuzzStore() {
         for (const char* suffix : {"", "-wal", "-shm"}) unlink((path + suffix).c_str());
@@ -93,9 +92,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                     RegCloseKey(handle);
                 }
                 break;
-            case 'd': delete_registry(key); break;
-            case 't': RegDeleteTreeA(HKEY_CURRENT_USER, key); break;
-            default: break;
+            case 'd':
+                delete_registry(key);
+                break;
+            case 't':
+                RegDeleteTreeA(HKEY_CURRENT_USER, key);
+                break;
+            default:
+                break;
         }
     }
     // Keep the store small from one input to the next.

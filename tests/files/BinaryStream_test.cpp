@@ -36,17 +36,18 @@ TEST(BinaryStream, EveryTypeHasItsByteForm) {
     {
         obfstream out(path.c_str(), 0);
         ASSERT_TRUE(!!out);
-        out << true << false << 'A' << static_cast<short>(-2)
-            << static_cast<unsigned short>(0xBEEF) << 0x01020304 << 0xFFFFFFFEu << 1.5f << -2.0
-            << 0.25L << "hi" << "";
+        out << true << false << 'A' << static_cast<short>(-2) << static_cast<unsigned short>(0xBEEF)
+            << 0x01020304 << 0xFFFFFFFEu << 1.5f << -2.0 << 0.25L << "hi"
+            << "";
         out.write("xyz", 2).put('!');
         EXPECT_STREQ(out.fileName(), path.c_str());
     }
-    const std::string expected = bytes({1, 0, 'A', 0xFE, 0xFF, 0xEF, 0xBE, 4, 3, 2, 1, 0xFE, 0xFF,
-                                        0xFF, 0xFF, 0, 0, 0xC0, 0x3F,                    // 1.5f
-                                        0, 0, 0, 0, 0, 0, 0, 0xC0,                       // -2.0
-                                        0, 0, 0, 0, 0, 0, 0xD0, 0x3F,                    // 0.25
-                                        'h', 'i', 0, 0, 'x', 'y', '!'});
+    const std::string expected =
+        bytes({1,   0,    'A',  0xFE, 0xFF, 0xEF, 0xBE, 4,    3,    2,
+               1,   0xFE, 0xFF, 0xFF, 0xFF, 0,    0,    0xC0, 0x3F,  // 1.5f
+               0,   0,    0,    0,    0,    0,    0,    0xC0,        // -2.0
+               0,   0,    0,    0,    0,    0,    0xD0, 0x3F,        // 0.25
+               'h', 'i',  0,    0,    'x',  'y',  '!'});
     EXPECT_EQ(readFile(path), expected);
 
     ibfstream in(path.c_str(), 0);
@@ -193,9 +194,15 @@ TEST(BinaryStream, OpeningFailuresAndModes) {
     // Mode 0 replaces on writing; app keeps what was there.
     const std::string path = dir.file("mode.bin");
     writeFile(path, "old contents");
-    { obfstream out(path.c_str(), 0); out << 'n'; }
+    {
+        obfstream out(path.c_str(), 0);
+        out << 'n';
+    }
     EXPECT_EQ(readFile(path), "n");
-    { obfstream out(path.c_str(), std::ios::app); out << 'm'; }
+    {
+        obfstream out(path.c_str(), std::ios::app);
+        out << 'm';
+    }
     EXPECT_EQ(readFile(path), "nm");
 
     // Another stream may read and write the file while it is open.
@@ -226,7 +233,7 @@ TEST(BinaryStream, ArraysWithCountAndElements) {
     }
     EXPECT_EQ(readFile(path), bytes({2, 0, 0, 0, 7, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF,  //
                                      0, 0, 0, 0,                                      //
-                                     1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE0, 0x3F}));
+                                     1, 0, 0, 0, 0, 0, 0, 0, 0,    0,    0xE0, 0x3F}));
     ibfstream in(path.c_str(), 0);
     CTArray<int> a, b;
     a.add(99);

@@ -58,8 +58,7 @@ TEST(SimpleTextFile, ReadGivesTrimmedNonEmptyLines) {
 
     EXPECT_STREQ(file.Read(nullptr), "No file specified to read.");
     const std::string missing = dir.file("none.txt");
-    EXPECT_EQ(std::string(file.Read(missing.c_str())),
-              "Failed to open the file: \n\t" + missing);
+    EXPECT_EQ(std::string(file.Read(missing.c_str())), "Failed to open the file: \n\t" + missing);
     EXPECT_EQ(file.Lines(), 0);
 }
 

@@ -160,8 +160,8 @@ Tree fromLibxml(xmlNode* node) {
 
 // Parses with libxml2, strictly; false when the file is not well-formed.
 bool parseWithLibxml(const std::string& path, Tree& tree) {
-    xmlDoc* doc = xmlReadFile(path.c_str(), nullptr, XML_PARSE_NONET | XML_PARSE_NOERROR |
-                                                         XML_PARSE_NOWARNING);
+    xmlDoc* doc = xmlReadFile(path.c_str(), nullptr,
+                              XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     if (!doc) return false;
     tree = fromLibxml(xmlDocGetRootElement(doc));
     xmlFreeDoc(doc);
@@ -177,8 +177,8 @@ TEST(XmlRoundTrip, RandomDocumentsAgreeWithLibxml2) {
     auto text = [&] {
         std::string s;
         const std::string alphabet = "abc XYZ 0.5 \xE9\xFC&<>'\"";
-        for (int n = pick(12); n > 0; --n) s += alphabet[static_cast<std::size_t>(pick(
-                                               static_cast<int>(alphabet.size())))];
+        for (int n = pick(12); n > 0; --n)
+            s += alphabet[static_cast<std::size_t>(pick(static_cast<int>(alphabet.size())))];
         return s;
     };
     TempDir dir;
@@ -208,12 +208,16 @@ TEST(XmlRoundTrip, RandomDocumentsAgreeWithLibxml2) {
                             --depth;
                         }
                         break;
-                    case 2: w.CreateChild(names[pick(7)], pick(1000) - 500); break;
+                    case 2:
+                        w.CreateChild(names[pick(7)], pick(1000) - 500);
+                        break;
                     case 3:
                         w.CreateChild(names[pick(7)],
                                       std::uniform_real_distribution<double>(-1e6, 1e6)(rng));
                         break;
-                    default: w.CreateChild(names[pick(7)], text().c_str()); break;
+                    default:
+                        w.CreateChild(names[pick(7)], text().c_str());
+                        break;
                 }
             }
             w.CloseAlltags();

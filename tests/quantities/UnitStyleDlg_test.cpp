@@ -88,7 +88,7 @@ TEST_F(UnitStyleDialog, OkTakesEverythingAndSavesIt) {
     EXPECT_EQ(stored("FtIn16ths"), 1);
     EXPECT_EQ(stored("Precision-10"), 5);
     EXPECT_EQ(stored("5"), 3);
-    EXPECT_EQ(stored("25"), 1);  // "ft^6", as built in
+    EXPECT_EQ(stored("25"), 1);    // "ft^6", as built in
     EXPECT_EQ(stored("26"), -99);  // categories 26 and 27 are not saved
     EXPECT_EQ(stored("27"), -99);
     EXPECT_EQ(stored("2-7"), 3);

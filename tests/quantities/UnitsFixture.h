@@ -39,7 +39,9 @@ protected:
     }
 
     /// Removes every key the unit system stores.
-    static void clearStoredStyles() { RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV\\Units2010"); }
+    static void clearStoredStyles() {
+        RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV\\Units2010");
+    }
 };
 
 }  // namespace zevtest

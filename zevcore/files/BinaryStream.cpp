@@ -7,8 +7,8 @@
 #include <new>
 
 const char FileErrorName[11][14] = {
-    "success",    "cancelled",   "bad format", "cannot create", "cannot open", "not found",
-    "old version", "POL error",  "read error", "temp. error",   "write error",
+    "success",     "cancelled", "bad format", "cannot create", "cannot open", "not found",
+    "old version", "POL error", "read error", "temp. error",   "write error",
 };
 
 namespace {
@@ -30,7 +30,8 @@ std::ios_base::openmode openMode(int mode, std::ios_base::openmode forced) {
 template <typename T>
 void toFileOrder(unsigned char (&bytes)[sizeof(T)]) {
     if constexpr (std::endian::native == std::endian::big) {
-        for (std::size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(bytes[i], bytes[sizeof(T) - 1 - i]);
+        for (std::size_t i = 0; i < sizeof(T) / 2; ++i)
+            std::swap(bytes[i], bytes[sizeof(T) - 1 - i]);
     }
 }
 
@@ -63,12 +64,24 @@ ibfstream& ibfstream::readNumber(T& value) {
     return *this;
 }
 
-ibfstream& ibfstream::operator>>(double& value) { return readNumber(value); }
-ibfstream& ibfstream::operator>>(float& value) { return readNumber(value); }
-ibfstream& ibfstream::operator>>(unsigned int& value) { return readNumber(value); }
-ibfstream& ibfstream::operator>>(int& value) { return readNumber(value); }
-ibfstream& ibfstream::operator>>(unsigned short& value) { return readNumber(value); }
-ibfstream& ibfstream::operator>>(short& value) { return readNumber(value); }
+ibfstream& ibfstream::operator>>(double& value) {
+    return readNumber(value);
+}
+ibfstream& ibfstream::operator>>(float& value) {
+    return readNumber(value);
+}
+ibfstream& ibfstream::operator>>(unsigned int& value) {
+    return readNumber(value);
+}
+ibfstream& ibfstream::operator>>(int& value) {
+    return readNumber(value);
+}
+ibfstream& ibfstream::operator>>(unsigned short& value) {
+    return readNumber(value);
+}
+ibfstream& ibfstream::operator>>(short& value) {
+    return readNumber(value);
+}
 
 ibfstream& ibfstream::operator>>(long double& value) {
     double narrow = static_cast<double>(value);
@@ -159,14 +172,30 @@ obfstream& obfstream::writeNumber(T value) {
 obfstream& obfstream::operator<<(long double value) {
     return writeNumber(static_cast<double>(value));
 }
-obfstream& obfstream::operator<<(double value) { return writeNumber(value); }
-obfstream& obfstream::operator<<(float value) { return writeNumber(value); }
-obfstream& obfstream::operator<<(unsigned int value) { return writeNumber(value); }
-obfstream& obfstream::operator<<(int value) { return writeNumber(value); }
-obfstream& obfstream::operator<<(unsigned short value) { return writeNumber(value); }
-obfstream& obfstream::operator<<(short value) { return writeNumber(value); }
-obfstream& obfstream::operator<<(char value) { return put(value); }
-obfstream& obfstream::operator<<(bool value) { return put(value ? 1 : 0); }
+obfstream& obfstream::operator<<(double value) {
+    return writeNumber(value);
+}
+obfstream& obfstream::operator<<(float value) {
+    return writeNumber(value);
+}
+obfstream& obfstream::operator<<(unsigned int value) {
+    return writeNumber(value);
+}
+obfstream& obfstream::operator<<(int value) {
+    return writeNumber(value);
+}
+obfstream& obfstream::operator<<(unsigned short value) {
+    return writeNumber(value);
+}
+obfstream& obfstream::operator<<(short value) {
+    return writeNumber(value);
+}
+obfstream& obfstream::operator<<(char value) {
+    return put(value);
+}
+obfstream& obfstream::operator<<(bool value) {
+    return put(value ? 1 : 0);
+}
 
 obfstream& obfstream::operator<<(const char* text) {
     if (!text) return *this;
@@ -186,7 +215,6 @@ obfstream& obfstream::put(char ch) {
 }
 
 // --- arrays ----------------------------------------------------------------------------------
-
 
 ETFileError writeArray(CTArray<int>& array, obfstream& out) {
     return zev::detail::writeElements(array, out);

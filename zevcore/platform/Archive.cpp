@@ -106,7 +106,9 @@ void CArchive::Close() {
     m_file = nullptr;
 }
 
-void CArchive::Abort() { m_file = nullptr; }
+void CArchive::Abort() {
+    m_file = nullptr;
+}
 
 // --- values ----------------------------------------------------------------------------------
 
@@ -126,18 +128,42 @@ CArchive& CArchive::get(T& value) {
     return *this;
 }
 
-CArchive& CArchive::operator<<(bool value) { return put<BYTE>(value ? 1 : 0); }
-CArchive& CArchive::operator<<(char value) { return put(value); }
-CArchive& CArchive::operator<<(signed char value) { return put(value); }
-CArchive& CArchive::operator<<(unsigned char value) { return put(value); }
-CArchive& CArchive::operator<<(short value) { return put(value); }
-CArchive& CArchive::operator<<(unsigned short value) { return put(value); }
-CArchive& CArchive::operator<<(int value) { return put(value); }
-CArchive& CArchive::operator<<(unsigned int value) { return put(value); }
-CArchive& CArchive::operator<<(long long value) { return put(value); }
-CArchive& CArchive::operator<<(unsigned long long value) { return put(value); }
-CArchive& CArchive::operator<<(float value) { return put(value); }
-CArchive& CArchive::operator<<(double value) { return put(value); }
+CArchive& CArchive::operator<<(bool value) {
+    return put<BYTE>(value ? 1 : 0);
+}
+CArchive& CArchive::operator<<(char value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(signed char value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(unsigned char value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(short value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(unsigned short value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(int value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(unsigned int value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(long long value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(unsigned long long value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(float value) {
+    return put(value);
+}
+CArchive& CArchive::operator<<(double value) {
+    return put(value);
+}
 
 CArchive& CArchive::operator>>(bool& value) {
     BYTE byte = 0;
@@ -145,17 +171,39 @@ CArchive& CArchive::operator>>(bool& value) {
     value = byte != 0;
     return *this;
 }
-CArchive& CArchive::operator>>(char& value) { return get(value); }
-CArchive& CArchive::operator>>(signed char& value) { return get(value); }
-CArchive& CArchive::operator>>(unsigned char& value) { return get(value); }
-CArchive& CArchive::operator>>(short& value) { return get(value); }
-CArchive& CArchive::operator>>(unsigned short& value) { return get(value); }
-CArchive& CArchive::operator>>(int& value) { return get(value); }
-CArchive& CArchive::operator>>(unsigned int& value) { return get(value); }
-CArchive& CArchive::operator>>(long long& value) { return get(value); }
-CArchive& CArchive::operator>>(unsigned long long& value) { return get(value); }
-CArchive& CArchive::operator>>(float& value) { return get(value); }
-CArchive& CArchive::operator>>(double& value) { return get(value); }
+CArchive& CArchive::operator>>(char& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(signed char& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(unsigned char& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(short& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(unsigned short& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(int& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(unsigned int& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(long long& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(unsigned long long& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(float& value) {
+    return get(value);
+}
+CArchive& CArchive::operator>>(double& value) {
+    return get(value);
+}
 
 CArchive& CArchive::operator<<(const CObject* object) {
     WriteObject(object);
@@ -324,8 +372,7 @@ void CArchive::WriteObject(const CObject* object) {
     const_cast<CObject*>(object)->Serialize(*this);
 }
 
-CRuntimeClass* CArchive::ReadClass(const CRuntimeClass* requested, UINT* schema,
-                                   DWORD* objectTag) {
+CRuntimeClass* CArchive::ReadClass(const CRuntimeClass* requested, UINT* schema, DWORD* objectTag) {
     mustLoad();
     WORD tag = 0;
     *this >> tag;

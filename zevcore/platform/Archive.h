@@ -131,7 +131,7 @@ private:
     bool m_loading;
     UINT m_objectSchema = static_cast<UINT>(-1);
     int m_depth = 0;
-    std::vector<Loaded> m_loaded;                         // index 0 is the null entry
-    std::unordered_map<const void*, DWORD> m_stored;      // object or class -> index
+    std::vector<Loaded> m_loaded;                     // index 0 is the null entry
+    std::unordered_map<const void*, DWORD> m_stored;  // object or class -> index
     DWORD m_nextIndex = 1;
 };

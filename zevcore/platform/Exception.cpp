@@ -91,24 +91,35 @@ CString CFileException::ErrorMessage() const {
 
 int CFileException::OsErrorToException(LONG osError) {
     switch (osError) {
-        case 0: return none;
-        case ENOENT: return fileNotFound;
+        case 0:
+            return none;
+        case ENOENT:
+            return fileNotFound;
         case ENOTDIR:
         case ENAMETOOLONG:
-        case ELOOP: return badPath;
+        case ELOOP:
+            return badPath;
         case EMFILE:
-        case ENFILE: return tooManyOpenFiles;
+        case ENFILE:
+            return tooManyOpenFiles;
         case EACCES:
         case EPERM:
         case EROFS:
-        case EISDIR: return accessDenied;
-        case EBADF: return invalidFile;
-        case ESPIPE: return badSeek;
-        case EIO: return hardIO;
+        case EISDIR:
+            return accessDenied;
+        case EBADF:
+            return invalidFile;
+        case ESPIPE:
+            return badSeek;
+        case EIO:
+            return hardIO;
         case EBUSY:
-        case ETXTBSY: return sharingViolation;
+        case ETXTBSY:
+            return sharingViolation;
         case ENOSPC:
-        case EDQUOT: return diskFull;
-        default: return genericException;
+        case EDQUOT:
+            return diskFull;
+        default:
+            return genericException;
     }
 }

@@ -71,7 +71,8 @@ void CFile::Write(const void* buffer, UINT count) {
 std::uint64_t CFile::Seek(std::int64_t offset, UINT from) {
     if (!m_file) fail(CFileException::invalidFile, EBADF);
     const int whence = from == end ? SEEK_END : from == current ? SEEK_CUR : SEEK_SET;
-    if (fseeko(m_file, static_cast<off_t>(offset), whence) != 0) fail(CFileException::badSeek, errno);
+    if (fseeko(m_file, static_cast<off_t>(offset), whence) != 0)
+        fail(CFileException::badSeek, errno);
     return GetPosition();
 }
 
@@ -107,7 +108,9 @@ void CFile::Abort() {
     m_file = nullptr;
 }
 
-bool CFile::IsOpen() const { return m_file != nullptr; }
+bool CFile::IsOpen() const {
+    return m_file != nullptr;
+}
 
 CString CFile::GetFileName() const {
     const int slash = m_path.ReverseFind('/');

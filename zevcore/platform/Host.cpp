@@ -37,31 +37,56 @@ Slot<IZEVClock, CZEVSteadyClock> gClock;
 // when the configured one is not among them.
 std::vector<int> buttonsOf(UINT type) {
     switch (type & MB_TYPEMASK) {
-        case MB_OKCANCEL: return {IDOK, IDCANCEL};
-        case MB_ABORTRETRYIGNORE: return {IDABORT, IDRETRY, IDIGNORE};
-        case MB_YESNOCANCEL: return {IDYES, IDNO, IDCANCEL};
-        case MB_YESNO: return {IDYES, IDNO};
-        case MB_RETRYCANCEL: return {IDRETRY, IDCANCEL};
-        default: return {IDOK};
+        case MB_OKCANCEL:
+            return {IDOK, IDCANCEL};
+        case MB_ABORTRETRYIGNORE:
+            return {IDABORT, IDRETRY, IDIGNORE};
+        case MB_YESNOCANCEL:
+            return {IDYES, IDNO, IDCANCEL};
+        case MB_YESNO:
+            return {IDYES, IDNO};
+        case MB_RETRYCANCEL:
+            return {IDRETRY, IDCANCEL};
+        default:
+            return {IDOK};
     }
 }
 
 }  // namespace
 
-IZEVWindowService& ZEVWindows() { return gWindows.get(); }
-IZEVTimerService& ZEVTimers() { return gTimers.get(); }
-IZEVDialogService& ZEVDialogs() { return gDialogs.get(); }
-IZEVCursorService& ZEVCursor() { return gCursor.get(); }
-IZEVClock& ZEVClock() { return gClock.get(); }
+IZEVWindowService& ZEVWindows() {
+    return gWindows.get();
+}
+IZEVTimerService& ZEVTimers() {
+    return gTimers.get();
+}
+IZEVDialogService& ZEVDialogs() {
+    return gDialogs.get();
+}
+IZEVCursorService& ZEVCursor() {
+    return gCursor.get();
+}
+IZEVClock& ZEVClock() {
+    return gClock.get();
+}
 
-IZEVWindowService* ZEVInstallWindows(IZEVWindowService* s) { return gWindows.install(s); }
-IZEVTimerService* ZEVInstallTimers(IZEVTimerService* s) { return gTimers.install(s); }
-IZEVDialogService* ZEVInstallDialogs(IZEVDialogService* s) { return gDialogs.install(s); }
-IZEVCursorService* ZEVInstallCursor(IZEVCursorService* s) { return gCursor.install(s); }
-IZEVClock* ZEVInstallClock(IZEVClock* c) { return gClock.install(c); }
+IZEVWindowService* ZEVInstallWindows(IZEVWindowService* s) {
+    return gWindows.install(s);
+}
+IZEVTimerService* ZEVInstallTimers(IZEVTimerService* s) {
+    return gTimers.install(s);
+}
+IZEVDialogService* ZEVInstallDialogs(IZEVDialogService* s) {
+    return gDialogs.install(s);
+}
+IZEVCursorService* ZEVInstallCursor(IZEVCursorService* s) {
+    return gCursor.install(s);
+}
+IZEVClock* ZEVInstallClock(IZEVClock* c) {
+    return gClock.install(c);
+}
 
-LRESULT CZEVHeadlessWindows::SendMessage(HWND window, UINT message, WPARAM wParam,
-                                         LPARAM lParam) {
+LRESULT CZEVHeadlessWindows::SendMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     record(window, message, wParam, lParam, false);
     return 0;
 }
@@ -74,8 +99,8 @@ bool CZEVHeadlessWindows::PostMessage(HWND window, UINT message, WPARAM wParam, 
 void CZEVHeadlessWindows::record(HWND window, UINT message, WPARAM wParam, LPARAM lParam,
                                  bool posted) {
     ZEVRecordedMessage entry{window, message, wParam, lParam, posted, {}};
-    bool carriesText = std::find(m_textMessages.begin(), m_textMessages.end(), message) !=
-                       m_textMessages.end();
+    bool carriesText =
+        std::find(m_textMessages.begin(), m_textMessages.end(), message) != m_textMessages.end();
     if (carriesText && lParam != 0) entry.text = reinterpret_cast<const char*>(lParam);
     m_recorded.push_back(std::move(entry));
 }
@@ -94,8 +119,8 @@ UINT_PTR CZEVHeadlessTimers::SetTimer(UINT_PTR id, UINT elapseMs, Callback callb
 }
 
 bool CZEVHeadlessTimers::KillTimer(UINT_PTR id) {
-    auto at = std::find_if(m_timers.begin(), m_timers.end(),
-                           [id](const Timer& t) { return t.id == id; });
+    auto at =
+        std::find_if(m_timers.begin(), m_timers.end(), [id](const Timer& t) { return t.id == id; });
     if (at == m_timers.end()) return false;
     m_timers.erase(at);
     return true;
@@ -130,8 +155,7 @@ UINT CZEVHeadlessTimers::Interval(UINT_PTR id) const {
 }
 
 int CZEVHeadlessDialogs::MessageBox(HWND, const char* text, const char* caption, UINT type) {
-    if (!m_quiet)
-        std::fprintf(stderr, "%s: %s\n", caption ? caption : "", text ? text : "");
+    if (!m_quiet) std::fprintf(stderr, "%s: %s\n", caption ? caption : "", text ? text : "");
     std::vector<int> buttons = buttonsOf(type);
     if (std::find(buttons.begin(), buttons.end(), m_answer) != buttons.end()) return m_answer;
     return buttons.front();

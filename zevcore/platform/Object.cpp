@@ -29,7 +29,8 @@ CObject* CRuntimeClass::CreateObject() const {
 }
 
 bool CRuntimeClass::IsDerivedFrom(const CRuntimeClass* base) const {
-    for (const CRuntimeClass* c = this; c; c = c->m_pfnGetBaseClass ? c->m_pfnGetBaseClass() : nullptr) {
+    for (const CRuntimeClass* c = this; c;
+         c = c->m_pfnGetBaseClass ? c->m_pfnGetBaseClass() : nullptr) {
         if (c == base) return true;
     }
     return false;
@@ -64,8 +65,7 @@ CRuntimeClass* CRuntimeClass::Load(CArchive& ar, UINT* schema) {
 
 CRuntimeClassRegistration::CRuntimeClassRegistration(CRuntimeClass* runtimeClass)
     : m_class(runtimeClass) {
-    if (m_class && m_class->m_lpszClassName)
-        registry().emplace(m_class->m_lpszClassName, m_class);
+    if (m_class && m_class->m_lpszClassName) registry().emplace(m_class->m_lpszClassName, m_class);
 }
 
 CRuntimeClassRegistration::~CRuntimeClassRegistration() {
@@ -97,7 +97,9 @@ CRuntimeClass* CObject::GetThisClass() {
     return &record;
 }
 
-CRuntimeClass* CObject::GetRuntimeClass() const { return GetThisClass(); }
+CRuntimeClass* CObject::GetRuntimeClass() const {
+    return GetThisClass();
+}
 
 CObject::~CObject() = default;
 
@@ -114,4 +116,6 @@ bool CObject::IsKindOf(const CRuntimeClass* runtimeClass) const {
     return GetRuntimeClass()->IsDerivedFrom(runtimeClass);
 }
 
-bool CObject::IsSerializable() const { return GetRuntimeClass()->m_wSchema != 0xFFFFu; }
+bool CObject::IsSerializable() const {
+    return GetRuntimeClass()->m_wSchema != 0xFFFFu;
+}

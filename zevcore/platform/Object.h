@@ -107,39 +107,45 @@ protected:
 
 #define RUNTIME_CLASS(class_name) (class_name::GetThisClass())
 
-#define DECLARE_DYNAMIC(class_name)           \
-public:                                       \
-    static CRuntimeClass* GetThisClass();     \
+#define DECLARE_DYNAMIC(class_name)       \
+public:                                   \
+    static CRuntimeClass* GetThisClass(); \
     CRuntimeClass* GetRuntimeClass() const override;
 
 #define DECLARE_DYNCREATE(class_name) \
     DECLARE_DYNAMIC(class_name)       \
     static CObject* CreateObject();
 
-#define DECLARE_SERIAL(class_name)                                              \
-    DECLARE_DYNCREATE(class_name)                                               \
-    friend CArchive& operator>>(CArchive& ar, class_name*& object) {            \
+#define DECLARE_SERIAL(class_name)                                                    \
+    DECLARE_DYNCREATE(class_name)                                                     \
+    friend CArchive& operator>>(CArchive& ar, class_name*& object) {                  \
         object = static_cast<class_name*>(ar.ReadObject(class_name::GetThisClass())); \
-        return ar;                                                              \
+        return ar;                                                                    \
     }
 
-#define ZEV_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, schema, create)                 \
-    CRuntimeClass* class_name::GetThisClass() {                                                \
-        static CRuntimeClass record{#class_name, static_cast<int>(sizeof(class_name)),         \
-                                    static_cast<UINT>(schema),                               \
-                                    create, &base_class_name::GetThisClass};                   \
-        return &record;                                                                        \
-    }                                                                                          \
-    CRuntimeClass* class_name::GetRuntimeClass() const { return class_name::GetThisClass(); } \
+#define ZEV_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, schema, create)        \
+    CRuntimeClass* class_name::GetThisClass() {                                        \
+        static CRuntimeClass record{#class_name, static_cast<int>(sizeof(class_name)), \
+                                    static_cast<UINT>(schema), create,                 \
+                                    &base_class_name::GetThisClass};                   \
+        return &record;                                                                \
+    }                                                                                  \
+    CRuntimeClass* class_name::GetRuntimeClass() const {                               \
+        return class_name::GetThisClass();                                             \
+    }                                                                                  \
     static const CRuntimeClassRegistration zevRegistration_##class_name(class_name::GetThisClass());
 
 #define IMPLEMENT_DYNAMIC(class_name, base_class_name) \
     ZEV_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, 0xFFFFu, nullptr)
 
-#define IMPLEMENT_DYNCREATE(class_name, base_class_name)                         \
-    CObject* class_name::CreateObject() { return new class_name; }               \
+#define IMPLEMENT_DYNCREATE(class_name, base_class_name) \
+    CObject* class_name::CreateObject() {                \
+        return new class_name;                           \
+    }                                                    \
     ZEV_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, 0xFFFFu, &class_name::CreateObject)
 
-#define IMPLEMENT_SERIAL(class_name, base_class_name, schema)                    \
-    CObject* class_name::CreateObject() { return new class_name; }               \
+#define IMPLEMENT_SERIAL(class_name, base_class_name, schema) \
+    CObject* class_name::CreateObject() {                     \
+        return new class_name;                                \
+    }                                                         \
     ZEV_IMPLEMENT_RUNTIMECLASS(class_name, base_class_name, schema, &class_name::CreateObject)

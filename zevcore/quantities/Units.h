@@ -104,9 +104,9 @@ inline constexpr int kMaxUnits = 13;
 /// One category: its units, in an order that stored style tables and the label matching of
 /// the parser depend on ("mm" before "m", "kN" before "N").
 struct SUnitType {
-    std::int32_t count;                // units in use, 1 to 13
-    char labels[kMaxUnits][20];        // unused ones empty
-    double factors[kMaxUnits];         // shown value = internal value * factor
+    std::int32_t count;          // units in use, 1 to 13
+    char labels[kMaxUnits][20];  // unused ones empty
+    double factors[kMaxUnits];   // shown value = internal value * factor
 };
 
 /// The 28 categories, indexed by ETUnit. Constant after load.
@@ -217,8 +217,7 @@ ZEVCORE_API bool parseFeetInches(const char* text, double& inches);
 ZEVCORE_API const char* show(ETUnit u, double v, ETShowUnit s);
 /// An internal value in the current unit of `u`. `places` below 0 means decimalPlaces(),
 /// above 7 means 7. Magnitudes beyond 1e+20 are shown as 1e+20.
-ZEVCORE_API const char* showFormat(ETUnit u, double v, ETUnitFormat f, int places,
-                                   ETShowUnit s);
+ZEVCORE_API const char* showFormat(ETUnit u, double v, ETUnitFormat f, int places, ETShowUnit s);
 /// reportFormat(u, v, width, UNIT_FORMAT_FIXED, places, s).
 ZEVCORE_API const char* report(ETUnit u, double v, int width, int places, ETShowUnit s);
 /// As showFormat, for report tables: beyond +-1e+20 the text is ">1.0E20" or "<-1.0E20",

@@ -6,10 +6,16 @@
 
 namespace Units::detail {
 
-void beginSettings() { setIniBase("Software\\ZEV\\Units2010", HKEY_CURRENT_USER); }
+void beginSettings() {
+    setIniBase("Software\\ZEV\\Units2010", HKEY_CURRENT_USER);
+}
 
-bool readSetting(const char* key, int& value) { return readIniInt(key, value) == 0; }
+bool readSetting(const char* key, int& value) {
+    return readIniInt(key, value) == 0;
+}
 
-void writeSetting(const char* key, int value) { writeIniInt(key, value); }
+void writeSetting(const char* key, int value) {
+    writeIniInt(key, value);
+}
 
 }  // namespace Units::detail
