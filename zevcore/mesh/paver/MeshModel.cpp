@@ -1,8 +1,11 @@
 #include "zevcore/mesh/paver/MeshModel.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <set>
+#include <unordered_set>
 
 #include "zevcore/frame/Math.h"
 #include "zevcore/platform/Host.h"
@@ -418,19 +421,23 @@ void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& row
         if (rowCounter++ >= 100) return;
         if (!FindRow(def, list)) return;
         AddRow(def, list);
+        checkpoint("AddRow");
         if (!list.MoreThanSixVertices()) return;
         for (int twice = 0; twice < 2; ++twice) {
             if (Seam(list)) {
                 while (list.MoreThanSixVertices() && Seam(list)) {
                 }
                 Smooth(list);
+                checkpoint("Seam");
             }
             if (!list.MoreThanSixVertices()) return;
         }
         bool flag = SingleBoundaryIntersection(list, nullptr);
+        checkpoint("SingleBoundaryIntersection");
         if (!list.MoreThanSixVertices()) return;
         if (flag) Smooth(list);
         flag = MultipleBoundaryIntersection(list);
+        checkpoint("MultipleBoundaryIntersection");
         if (!list.MoreThanSixVertices()) return;
         if (flag) Smooth(list);
         if (rowAdjustPending) {
@@ -439,6 +446,7 @@ void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& row
             AdjustRow(def, list);
             Smooth(list);
             rowAdjustPending = false;
+            checkpoint("AdjustRow");
         }
         if (rowCounter % 5 == 0) putUpMessage(".");
         if (!list.MoreThanSixVertices()) return;
@@ -451,7 +459,9 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     ZEVCursor().BeginWaitCursor();
     clearMessages();
     putUpMessage("Preparing shape for mesher...");
+    m_firstInvalidStep.clear();
     PrepareShape(size, divisions, false);
+    checkpoint("PrepareShape");
     putUpMessage("Meshing boundaries...");
     // The limit was only a range check: no loop below reads iterationLimit, so CancelMeshing
     // cannot stop a run.
@@ -475,6 +485,7 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
             bool atEnd = following == fronts.end();
             MeshVertexList followingValue = atEnd ? MeshVertexList{} : *following;
             RemoveBoundary(worked);
+            checkpoint("RemoveBoundary");
             following =
                 atEnd ? fronts.end() : std::find(fronts.begin(), fronts.end(), followingValue);
         }
@@ -488,10 +499,15 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     putUpMessage("Smoothing the mesh...");
     SmoothInterior();
     SmoothInterior();
+    checkpoint("SmoothInterior");
     putUpMessage("Refining the mesh...");
     InsertInteriorPoints();
+    checkpoint("InsertInteriorPoints");
     putUpMessage("Cleaning up the mesh...");
-    if (fronts.empty()) CleanupMesh();
+    if (fronts.empty()) {
+        CleanupMesh();
+        checkpoint("CleanupMesh");
+    }
     for (size_t i = 0; i < vertices.size(); ++i) vertices[i]->index = static_cast<int>(i);
 
     CString line;
@@ -505,6 +521,78 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     }
     ZEVCursor().EndWaitCursor();
     return pass < 20;
+}
+
+}  // namespace Paver
+
+// ---------------------------------------------------------------------------------------------
+// Invariants
+
+namespace Paver {
+
+std::string CMeshModel::ValidityProblem() const {
+    auto fmt = [](const char* what, size_t i) {
+        return std::string(what) + " " + std::to_string(i);
+    };
+    std::unordered_set<const MeshVertex*> known;
+    for (size_t i = 0; i < vertices.size(); ++i) {
+        const MeshVertex* v = vertices[i];
+        if (!v) return fmt("null vertex", i);
+        if (!known.insert(v).second) return fmt("vertex listed twice:", i);
+        if (!std::isfinite(v->point.x) || !std::isfinite(v->point.y))
+            return fmt("vertex with a coordinate that is not finite:", i);
+    }
+    std::unordered_set<const MeshVertex*> onFront;
+    size_t f = 0;
+    for (const MeshVertexList& list : fronts) {
+        if (!list.head) return fmt("front with no head:", f);
+        if (list.tail != list.head->prev) return fmt("front whose tail is not head->prev:", f);
+        const MeshVertex* v = list.head;
+        size_t steps = 0;
+        do {
+            if (!known.count(v)) return fmt("front node not in the model's vertices, front", f);
+            if (!v->next || v->next->prev != v) return fmt("front with a broken link:", f);
+            if (!onFront.insert(v).second)
+                return fmt("node on two fronts or twice on one, front", f);
+            v = v->next;
+            if (++steps > vertices.size()) return fmt("front that does not close:", f);
+        } while (v != list.head);
+        ++f;
+    }
+    std::unordered_set<const Quad*> seen;
+    std::set<std::array<const MeshVertex*, 4>> cornerSets;
+    for (size_t i = 0; i < quads.size(); ++i) {
+        const Quad* q = quads[i];
+        if (!q) return fmt("null element", i);
+        if (!seen.insert(q).second) return fmt("element listed twice:", i);
+        std::array<const MeshVertex*, 4> sorted{};
+        for (int c = 0; c < 4; ++c) {
+            const MeshVertex* v = q->corners[c];
+            if (!v || !known.count(v)) return fmt("element with a corner not in the model:", i);
+            if (std::find(v->quads.begin(), v->quads.end(), q) == v->quads.end())
+                return fmt("element not filed under its corner:", i);
+            sorted[c] = v;
+        }
+        std::sort(sorted.begin(), sorted.end());
+        if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
+            return fmt("element with a repeated corner:", i);
+        if (!cornerSets.insert(sorted).second)
+            return fmt("element with the corners of another:", i);
+        double twiceArea = 0.0;
+        for (int c = 0; c < 4; ++c) {
+            const CPoint2D& a = q->corners[c]->point;
+            const CPoint2D& b = q->corners[(c + 1) % 4]->point;
+            twiceArea += a.x * b.y - b.x * a.y;
+        }
+        if (!(twiceArea > 0.0)) return fmt("element not counter-clockwise:", i);
+    }
+    return {};
+}
+
+void CMeshModel::checkpoint(const char* operation) {
+    if (!m_checkInvariants || !m_firstInvalidStep.empty()) return;
+    std::string problem = ValidityProblem();
+    if (!problem.empty()) m_firstInvalidStep = std::string("after ") + operation + ": " + problem;
 }
 
 }  // namespace Paver

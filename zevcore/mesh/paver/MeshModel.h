@@ -19,9 +19,23 @@
 // destruction. Copies share those objects (the pointers in vertices, quads and fronts stay the
 // same); the objects live until the last model sharing them lets go, so any copy may outlive
 // its source safely. Changes made through one copy are seen by the others.
+//
+// Invariants (IsValid checks them; a test or the debug switch of Mesh calls it after every
+// operation):
+//   - every front in `fronts` is a closed circle: from its head, `next` comes back to the head
+//     within the vertex count, `next->prev` is the node itself at every step, `tail` is
+//     `head->prev`, and no node lies on two fronts or twice on one;
+//   - every element in `quads` has four distinct, non-null corners in counter-clockwise order
+//     (a positive signed area), and is filed in the `quads` of each of its corners;
+//   - no element appears twice in `quads`, and no two elements have the same four corners;
+//     no vertex appears twice in `vertices`;
+//   - every coordinate of every vertex is finite.
+// The per-node lists may hold elements that no longer have that node as a corner (see
+// MeshVertex::quads); readers filter with Quad::HasVertex.
 
 #include <list>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "zevcore/Export.h"
@@ -179,6 +193,15 @@ public:
     /// concave.
     static bool IsConcave(CPoint2D a, CPoint2D b, CPoint2D c, CPoint2D d);
 
+    /// True when the invariants at the top of this header hold.
+    bool IsValid() const { return ValidityProblem().empty(); }
+    /// The first invariant found broken, in words; empty when all hold.
+    std::string ValidityProblem() const;
+    /// Debug switch: Mesh checks the invariants after every operation and keeps the first
+    /// failure, with the operation's name, in FirstInvalidStep(). Off by default.
+    void SetCheckInvariants(bool on) { m_checkInvariants = on; }
+    const std::string& FirstInvalidStep() const { return m_firstInvalidStep; }
+
     /// Boundary smoothing normally finds each node's elements through an index built once
     /// per call; the reference path scans every element per node instead. Both give the same
     /// mesh to the bit.
@@ -252,8 +275,13 @@ private:
     void rowStep(MeshVertexList& list, BoundaryDefinition& def, int& rowCounter);
     void smoothBoundaryNode(MeshVertex* v, const std::vector<Quad*>& found);
 
+    /// With the debug switch on, records the first broken invariant after `operation`.
+    void checkpoint(const char* operation);
+
     std::shared_ptr<CMeshStore> m_store;
     bool m_referenceSmoothing = false;
+    bool m_checkInvariants = false;
+    std::string m_firstInvalidStep;
 };
 
 }  // namespace Paver
