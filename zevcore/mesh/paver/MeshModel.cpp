@@ -19,6 +19,7 @@ class CMeshStore {
 public:
     std::vector<std::unique_ptr<MeshVertex>> vertices;
     std::vector<std::unique_ptr<Quad>> quads;
+    unsigned long long nextSerial = 0;
 
     template <class T>
     static void discard(std::vector<std::unique_ptr<T>>& items, T* item) {
@@ -184,7 +185,32 @@ MeshVertex* CMeshModel::NewVertex(const CPoint2D& p) {
 
 Quad* CMeshModel::NewQuad(MeshVertex* c0, MeshVertex* c1, MeshVertex* c2, MeshVertex* c3) {
     m_store->quads.push_back(std::make_unique<Quad>(c0, c1, c2, c3));
+    m_store->quads.back()->serial = m_store->nextSerial++;
     return m_store->quads.back().get();
+}
+
+void CMeshModel::ElementsAt(const MeshVertex* v, std::vector<Quad*>& out) const {
+    out.clear();
+    for (Quad* q : v->quads) {
+        if (!q->HasVertex(v)) continue;
+        // Lists are short (a handful of elements): insertion keeps them sorted and distinct.
+        auto at = out.end();
+        while (at != out.begin() && (*(at - 1))->serial > q->serial) --at;
+        if (at != out.begin() && *(at - 1) == q) continue;
+        out.insert(at, q);
+    }
+}
+
+int CMeshModel::ElementCountAt(const MeshVertex* v) const {
+    int count = 0;
+    const auto& held = v->quads;
+    for (size_t i = 0; i < held.size(); ++i) {
+        if (!held[i]->HasVertex(v)) continue;
+        bool repeated = false;
+        for (size_t k = 0; k < i && !repeated; ++k) repeated = held[k] == held[i];
+        count += repeated ? 0 : 1;
+    }
+    return count;
 }
 
 void CMeshModel::DiscardQuad(Quad* q) {

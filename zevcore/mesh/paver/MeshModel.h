@@ -96,6 +96,9 @@ struct ZEVCORE_API Quad {
     MeshVertex* corners[4] = {nullptr, nullptr, nullptr, nullptr};
     /// Made by a split rather than by a row.
     bool isRefined = false;
+    /// Creation number within the model; `quads` holds its elements in this order, so a
+    /// node's own list, sorted by it, gives what a scan of `quads` would.
+    unsigned long long serial = 0;
 
     /// Files the new element under each of its corners.
     Quad(MeshVertex* c0, MeshVertex* c1, MeshVertex* c2, MeshVertex* c3);
@@ -206,6 +209,9 @@ public:
     /// per call; the reference path scans every element per node instead. Both give the same
     /// mesh to the bit.
     void SetReferenceBoundarySmoothing(bool on) { m_referenceSmoothing = on; }
+    /// The search for a front crossing itself normally looks only at nearby edges, through a
+    /// grid; the reference path tries every pair of edges. Both give the same mesh to the bit.
+    void SetReferenceIntersection(bool on) { m_referenceIntersection = on; }
 
 protected:
     // The stages of Mesh, and the repairs it does not reach; protected so that an application
@@ -269,6 +275,10 @@ protected:
     /// The longest walk a well-formed front can need.
     long long WalkLimit() const { return static_cast<long long>(vertices.size()) + 2; }
     int FrontSize(const MeshVertexList& list) const { return list.CountVertices(WalkLimit()); }
+    /// The distinct elements that have v as a corner, in the order of `quads`: the answer of
+    /// a scan over all elements, from v's own list.
+    void ElementsAt(const MeshVertex* v, std::vector<Quad*>& out) const;
+    int ElementCountAt(const MeshVertex* v) const;
 
 private:
     void addShapeLines(const std::vector<CPoint2D>& points);
@@ -280,6 +290,7 @@ private:
 
     std::shared_ptr<CMeshStore> m_store;
     bool m_referenceSmoothing = false;
+    bool m_referenceIntersection = false;
     bool m_checkInvariants = false;
     std::string m_firstInvalidStep;
 };

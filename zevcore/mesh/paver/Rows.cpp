@@ -317,9 +317,7 @@ void CMeshModel::AdjustRow(BoundaryDefinition& def, MeshVertexList& list) {
 }
 
 bool CMeshModel::IsSmallInteriorAngle(MeshVertex* v) const {
-    int held = 0;
-    for (const Quad* q : quads)
-        if (q->HasVertex(v)) ++held;
+    const int held = ElementCountAt(v);
     double limit = held <= 4 ? 0.25 * M_PI : 0.05 * M_PI;
     return v->interiorAngle <= limit || v->interiorAngle >= 2.0 * M_PI;
 }
@@ -327,7 +325,8 @@ bool CMeshModel::IsSmallInteriorAngle(MeshVertex* v) const {
 bool CMeshModel::IsNegativeInteriorAngle(MeshVertex* a, MeshVertex* v, MeshVertex* b,
                                          MeshVertexList& list) const {
     (void)list;
-    for (const Quad* q : quads) {
+    // Every element with v as a corner is filed under v, so its own list answers.
+    for (const Quad* q : v->quads) {
         if (!q->HasVertex(a) || !q->HasVertex(v)) continue;
         MeshVertex* c = q->PrevCorner(v);
         if (!c) continue;

@@ -3,26 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_map>
 
 #include "zevcore/mesh/paver/MeshModel.h"
 
 namespace Paver {
-
-namespace {
-
-// Adds q to the element lists of its distinct corners, the way a scan with HasVertex would
-// find it.
-void indexQuad(std::unordered_map<MeshVertex*, std::vector<Quad*>>& index, Quad* q) {
-    for (int i = 0; i < 4; ++i) {
-        MeshVertex* c = q->corners[i];
-        bool seen = false;
-        for (int k = 0; k < i; ++k) seen = seen || q->corners[k] == c;
-        if (c && !seen) index[c].push_back(q);
-    }
-}
-
-}  // namespace
 
 void CMeshModel::Smooth(MeshVertexList& list) {
     SmoothBoundary(list, nullptr, nullptr);
@@ -38,16 +22,7 @@ void CMeshModel::SmoothBoundary(MeshVertexList& list, MeshVertex* first, MeshVer
     if (!first) return;
     MeshVertex* stop = first->prev;
 
-    // Smoothing moves nodes and never changes which elements hold them, so one index serves
-    // the whole walk; it lists each node's elements in the order of `quads`, as a scan would.
-    std::unordered_map<MeshVertex*, std::vector<Quad*>> index;
-    if (!m_referenceSmoothing) {
-        index.reserve(quads.size());
-        for (Quad* q : quads) indexQuad(index, q);
-    }
-    std::vector<Quad*> scanned;
-    static const std::vector<Quad*> kNone;
-
+    std::vector<Quad*> found;
     const long long limit = WalkLimit();
     long long steps = 0;
     MeshVertex* v = first;
@@ -55,16 +30,14 @@ void CMeshModel::SmoothBoundary(MeshVertexList& list, MeshVertex* first, MeshVer
         bool skip = v->isFixed || (v->prev && v->prev->nodeClass == 3) ||
                     (v->next && v->next->nodeClass == 3);
         if (!skip) {
-            const std::vector<Quad*>* found = &kNone;
             if (m_referenceSmoothing) {
-                scanned.clear();
+                found.clear();
                 for (Quad* q : quads)
-                    if (q->HasVertex(v)) scanned.push_back(q);
-                found = &scanned;
-            } else if (auto it = index.find(v); it != index.end()) {
-                found = &it->second;
+                    if (q->HasVertex(v)) found.push_back(q);
+            } else {
+                ElementsAt(v, found);
             }
-            if (!found->empty()) smoothBoundaryNode(v, *found);
+            if (!found.empty()) smoothBoundaryNode(v, found);
         }
         v = v->next;
         if (!v || v == last || v == stop || ++steps >= limit) break;
