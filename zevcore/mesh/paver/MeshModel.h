@@ -73,6 +73,13 @@ struct ZEVCORE_API MeshVertex {
     std::vector<Quad*> quads;
     /// Output number; -1 until Mesh numbers the vertices.
     int index = -1;
+    /// What SetupNode last saw and gave: its answer depends on these three positions only,
+    /// so a node whose neighbourhood has not moved keeps its angle, class and proposals.
+    struct SetupMemo {
+        CPoint2D at, prev, next;
+        double interiorAngle = 0.0;
+        int nodeClass = -1;
+    } setupMemo;
 
     MeshVertex() = default;
     explicit MeshVertex(const CPoint2D& p) : point(p) {}

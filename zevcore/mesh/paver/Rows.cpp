@@ -51,6 +51,11 @@ void CMeshModel::SetNodeClassification(MeshVertex* v) {
 }
 
 void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
+    MeshVertex::SetupMemo& memo = v->setupMemo;
+    if (memo.nodeClass >= 0 && memo.nodeClass == v->nodeClass &&
+        memo.interiorAngle == v->interiorAngle && memo.at == v->point && memo.prev == prev->point &&
+        memo.next == next->point)
+        return;
     double L = (v->point.dist(prev->point) + v->point.dist(next->point)) * 0.5;
     CVector2D A = CVector2D(v->point, next->point).GetNormalized();
     CVector2D B = CVector2D(v->point, prev->point).GetNormalized();
@@ -96,6 +101,7 @@ void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
         default:
             break;
     }
+    memo = {v->point, prev->point, next->point, v->interiorAngle, v->nodeClass};
 }
 
 void CMeshModel::ProcessBoundary(MeshVertexList& list) {

@@ -23,7 +23,7 @@ long long stepsBetween(const MeshVertex* from, const MeshVertex* to, long long l
     return steps;
 }
 
-// The edges of one front filed in a uniform grid of cells about as large as a mean edge, each
+// The edges of one front filed in a uniform grid of cells about as large as two mean edges, each
 // edge under every cell that its box, grown on every side by half the edge's length, touches.
 // An edge that crosses another (even as the single-precision test decides it, which near
 // parallel edges can misjudge by a small fraction of an edge) has a point in that grown box,
@@ -51,41 +51,36 @@ public:
             minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
             sum += std::max(std::fabs(u->next->point.x - p.x), std::fabs(u->next->point.y - p.y));
         }
-        // About a mean edge, and never many more cells than edges.
+        // About two mean edges, and never many more cells than edges.
         double extent = std::max(maxX - minX, maxY - minY);
-        double cell = std::max(sum / static_cast<double>(n), extent / std::sqrt(4.0 * n));
+        double cell = std::max(2.0 * sum / static_cast<double>(n), extent / std::sqrt(4.0 * n));
         if (!(cell > 0.0) || !std::isfinite(cell)) return false;
-        m_cell = cell;
+        m_perCell = 1.0 / cell;
         m_minX = minX;
         m_minY = minY;
         m_nx = static_cast<long long>((maxX - minX) / cell) + 1;
         m_ny = static_cast<long long>((maxY - minY) / cell) + 1;
         // Counting sort of the edges into their cells.
         m_start.assign(static_cast<size_t>(m_nx * m_ny) + 1, 0);
-        for (int pass = 0; pass < 2; ++pass) {
-            if (pass == 1) {
-                for (size_t c = 1; c < m_start.size(); ++c) m_start[c] += m_start[c - 1];
-                m_items.assign(m_start.back(), 0);
-            }
-            for (size_t j = 0; j < n; ++j) {
-                const CPoint2D& a = m_nodes[j]->point;
-                const CPoint2D& b = m_nodes[j]->next->point;
-                long long x0, y0, x1, y1;
-                box(a, b, 0.5 * std::max(std::fabs(a.x - b.x), std::fabs(a.y - b.y)), x0, y0, x1,
-                    y1);
-                for (long long y = y0; y <= y1; ++y)
-                    for (long long x = x0; x <= x1; ++x) {
-                        size_t c = static_cast<size_t>(y * m_nx + x);
-                        if (pass == 0)
-                            ++m_start[c + 1];
-                        else
-                            m_items[m_start[c]++] = j;
-                    }
-            }
-            if (pass == 1)  // the fill advanced every start to the next cell's; step back
-                for (size_t c = m_start.size() - 1; c > 0; --c) m_start[c] = m_start[c - 1];
+        m_boxes.resize(n);
+        for (size_t j = 0; j < n; ++j) {
+            const CPoint2D& a = m_nodes[j]->point;
+            const CPoint2D& b = m_nodes[j]->next->point;
+            Box& k = m_boxes[j];
+            k = box(a, b, 0.5 * std::max(std::fabs(a.x - b.x), std::fabs(a.y - b.y)));
+            for (long long y = k.y0; y <= k.y1; ++y)
+                for (long long x = k.x0; x <= k.x1; ++x)
+                    ++m_start[static_cast<size_t>(y * m_nx + x) + 1];
         }
-        m_start[0] = 0;
+        for (size_t c = 1; c < m_start.size(); ++c) m_start[c] += m_start[c - 1];
+        m_items.resize(m_start.back());
+        m_fill.assign(m_start.begin(), m_start.end() - 1);
+        for (size_t j = 0; j < n; ++j) {
+            const Box& k = m_boxes[j];
+            for (long long y = k.y0; y <= k.y1; ++y)
+                for (long long x = k.x0; x <= k.x1; ++x)
+                    m_items[m_fill[static_cast<size_t>(y * m_nx + x)]++] = j;
+        }
         m_seen.assign(n, 0);
         m_stamp = 0;
         return true;
@@ -93,15 +88,13 @@ public:
 
     const std::vector<MeshVertex*>& nodes() const { return m_nodes; }
 
-    // The edges filed in the cells of edge i, each once, in no particular order.
     // The edges filed in the cells of the segment a-b, each once, in no particular order.
     void edgesNear(const CPoint2D& a, const CPoint2D& b, std::vector<size_t>& out) {
         out.clear();
         ++m_stamp;
-        long long x0, y0, x1, y1;
-        box(a, b, 0.0, x0, y0, x1, y1);
-        for (long long y = y0; y <= y1; ++y)
-            for (long long x = x0; x <= x1; ++x) {
+        const Box k = box(a, b, 0.0);
+        for (long long y = k.y0; y <= k.y1; ++y)
+            for (long long x = k.x0; x <= k.x1; ++x) {
                 size_t c = static_cast<size_t>(y * m_nx + x);
                 for (size_t k = m_start[c]; k < m_start[c + 1]; ++k) {
                     size_t j = m_items[k];
@@ -113,23 +106,27 @@ public:
     }
 
 private:
+    struct Box {
+        long long x0, y0, x1, y1;
+    };
+
     // The cells of the box of a-b grown by `grow` on every side.
-    void box(const CPoint2D& a, const CPoint2D& b, double grow, long long& x0, long long& y0,
-             long long& x1, long long& y1) const {
+    Box box(const CPoint2D& a, const CPoint2D& b, double grow) const {
         auto cellOf = [&](double value, double origin, long long count) {
-            double c = std::floor((value - origin) / m_cell);
+            double c = std::floor((value - origin) * m_perCell);
             return static_cast<long long>(std::clamp(c, 0.0, static_cast<double>(count - 1)));
         };
-        x0 = cellOf(std::min(a.x, b.x) - grow, m_minX, m_nx);
-        x1 = cellOf(std::max(a.x, b.x) + grow, m_minX, m_nx);
-        y0 = cellOf(std::min(a.y, b.y) - grow, m_minY, m_ny);
-        y1 = cellOf(std::max(a.y, b.y) + grow, m_minY, m_ny);
+        return {cellOf(std::min(a.x, b.x) - grow, m_minX, m_nx),
+                cellOf(std::min(a.y, b.y) - grow, m_minY, m_ny),
+                cellOf(std::max(a.x, b.x) + grow, m_minX, m_nx),
+                cellOf(std::max(a.y, b.y) + grow, m_minY, m_ny)};
     }
 
     std::vector<MeshVertex*> m_nodes;
-    std::vector<size_t> m_start, m_items, m_seen;
+    std::vector<size_t> m_start, m_fill, m_items, m_seen;
+    std::vector<Box> m_boxes;
     size_t m_stamp = 0;
-    double m_cell = 1.0, m_minX = 0.0, m_minY = 0.0;
+    double m_perCell = 1.0, m_minX = 0.0, m_minY = 0.0;
     long long m_nx = 1, m_ny = 1;
 };
 
@@ -249,12 +246,19 @@ bool CMeshModel::SingleBoundaryIntersection(MeshVertexList& list, MeshVertex* ig
             if (v->isShapeBoundary) continue;
             MeshVertex* w = v->next;
             grid.edgesNear(v->point, w->point, near);
-            // The walk meets e from three steps after v round to the node before v.
-            for (size_t& j : near) j = (j + n - i) % n;
-            std::sort(near.begin(), near.end());
+            // The walk meets e from three steps after v round to the node before v, and skips
+            // boundary nodes; the few left are put in walk order.
+            size_t kept = 0;
+            for (size_t j : near) {
+                size_t step = (j + n - i) % n;
+                if (step < 3 || nodes[j]->isShapeBoundary) continue;
+                size_t at = kept++;
+                for (; at > 0 && near[at - 1] > step; --at) near[at] = near[at - 1];
+                near[at] = step;
+            }
+            if (kept == 0) continue;
             CLine2D edge(v->point, w->point);
-            for (size_t step : near)
-                if (step >= 3) crossing(v, w, edge, nodes[(i + step) % n]);
+            for (size_t k = 0; k < kept; ++k) crossing(v, w, edge, nodes[(i + near[k]) % n]);
         }
     } else {
         const long long limit = WalkLimit();

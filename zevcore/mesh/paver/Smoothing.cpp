@@ -184,16 +184,19 @@ void CMeshModel::CleanupMesh() {
     }
 
     // Phase 2: the list of concave elements is never emptied, so only the first one found is
-    // removed; a second keeps the warning coming until the cap.
-    std::vector<Quad*> concave;
-    for (int round = 0; round < 100; ++round) {
-        auto found = std::find_if(quads.begin(), quads.end(),
-                                  [](const Quad* q) { return q->IsConcaveQuad(); });
-        if (found == quads.end()) break;
-        concave.push_back(*found);
-        putUpMessage("Warning: Concave element removed.");
-        if (concave.size() == 1) RemoveQuad(concave.front());
-    }
+    // removed; a second keeps the warning coming until the cap of 100 rounds. Nothing changes
+    // after the second is found, so its rounds are counted rather than searched again; the
+    // search for it goes on from where the first was, since nothing before that is concave.
+    auto concave = [](const Quad* q) { return q->IsConcaveQuad(); };
+    auto found = std::find_if(quads.begin(), quads.end(), concave);
+    if (found == quads.end()) return;
+    putUpMessage("Warning: Concave element removed.");
+    size_t at = static_cast<size_t>(found - quads.begin());
+    RemoveQuad(*found);
+    if (std::find_if(quads.begin() + static_cast<std::ptrdiff_t>(at), quads.end(), concave) ==
+        quads.end())
+        return;
+    for (int round = 1; round < 100; ++round) putUpMessage("Warning: Concave element removed.");
 }
 
 bool CMeshModel::SplitQuad(Quad& q) {
