@@ -190,27 +190,36 @@ Quad* CMeshModel::NewQuad(MeshVertex* c0, MeshVertex* c1, MeshVertex* c2, MeshVe
 }
 
 void CMeshModel::ElementsAt(const MeshVertex* v, std::vector<Quad*>& out) const {
+    // A node's list can repeat elements many times over (ReplaceVertex appends whole lists,
+    // and a node that seams keep joining gathers thousands), so it is sorted, not searched.
     out.clear();
-    for (Quad* q : v->quads) {
-        if (!q->HasVertex(v)) continue;
-        // Lists are short (a handful of elements): insertion keeps them sorted and distinct.
-        auto at = out.end();
-        while (at != out.begin() && (*(at - 1))->serial > q->serial) --at;
-        if (at != out.begin() && *(at - 1) == q) continue;
-        out.insert(at, q);
+    if (v->quads.size() > quads.size()) {  // a scan of all elements is then the cheaper way
+        for (Quad* q : quads)
+            if (q->HasVertex(v)) out.push_back(q);
+        return;
     }
+    for (Quad* q : v->quads)
+        if (q->HasVertex(v)) out.push_back(q);
+    std::sort(out.begin(), out.end(),
+              [](const Quad* a, const Quad* b) { return a->serial < b->serial; });
+    out.erase(std::unique(out.begin(), out.end()), out.end());
 }
 
 int CMeshModel::ElementCountAt(const MeshVertex* v) const {
-    int count = 0;
     const auto& held = v->quads;
-    for (size_t i = 0; i < held.size(); ++i) {
-        if (!held[i]->HasVertex(v)) continue;
-        bool repeated = false;
-        for (size_t k = 0; k < i && !repeated; ++k) repeated = held[k] == held[i];
-        count += repeated ? 0 : 1;
+    if (held.size() <= 8) {
+        int count = 0;
+        for (size_t i = 0; i < held.size(); ++i) {
+            if (!held[i]->HasVertex(v)) continue;
+            bool repeated = false;
+            for (size_t k = 0; k < i && !repeated; ++k) repeated = held[k] == held[i];
+            count += repeated ? 0 : 1;
+        }
+        return count;
     }
-    return count;
+    std::vector<Quad*> distinct;
+    ElementsAt(v, distinct);
+    return static_cast<int>(distinct.size());
 }
 
 void CMeshModel::DiscardQuad(Quad* q) {

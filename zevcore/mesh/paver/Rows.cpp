@@ -331,8 +331,11 @@ bool CMeshModel::IsSmallInteriorAngle(MeshVertex* v) const {
 bool CMeshModel::IsNegativeInteriorAngle(MeshVertex* a, MeshVertex* v, MeshVertex* b,
                                          MeshVertexList& list) const {
     (void)list;
-    // Every element with v as a corner is filed under v, so its own list answers.
-    for (const Quad* q : v->quads) {
+    // An element with both a and v as corners is filed under both, so the shorter list
+    // answers (or all elements, should both have grown longer than that).
+    const std::vector<Quad*>* held = a->quads.size() < v->quads.size() ? &a->quads : &v->quads;
+    if (held->size() > quads.size()) held = &quads;
+    for (const Quad* q : *held) {
         if (!q->HasVertex(a) || !q->HasVertex(v)) continue;
         MeshVertex* c = q->PrevCorner(v);
         if (!c) continue;
