@@ -11,6 +11,7 @@
 #include "zevcore/platform/Exception.h"
 #include "zevcore/platform/File.h"
 #include "zevcore/platform/Host.h"
+#include "zevcore/platform/Locale.h"
 #include "zevcore/platform/Module.h"
 #include "zevcore/platform/ProgressView.h"
 #include "zevcore/platform/Object.h"

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "zevcore/frame/Ini.h"
@@ -40,6 +41,21 @@ void BM_WriteIniInt(benchmark::State& state) {
     for (auto _ : state) benchmark::DoNotOptimize(writeIniInt("Count", ++i));
 }
 BENCHMARK(BM_WriteIniInt);
+
+// 2,000 settings written one transaction each, or in one batch.
+void BM_Write2000Settings(benchmark::State& state) {
+    BenchStore store;
+    setIniBase("Software\\ZEV\\Bench");
+    const bool batched = state.range(0) != 0;
+    for (auto _ : state) {
+        std::optional<CZEVSettingsBatch> batch;
+        if (batched) batch.emplace();
+        for (int i = 0; i < 2000; ++i) writeIniInt(("N" + std::to_string(i % 50)).c_str(), i);
+        if (batch) batch->Commit();
+    }
+    state.SetLabel(batched ? "one batch" : "one transaction each");
+}
+BENCHMARK(BM_Write2000Settings)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_ReadIniInt(benchmark::State& state) {
     BenchStore store;

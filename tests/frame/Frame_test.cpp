@@ -33,10 +33,6 @@ TEST(StartUp, InitJoinsTheModuleChainOnce) {
     EXPECT_TRUE(ZEVIsInModuleChain(GetCoreDLLResourceHandle()));
 }
 
-TEST(StartUp, NotTheOtherPlatform) {
-    EXPECT_FALSE(IsWindowsVistaOrBetter());
-}
-
 // Asks FirstInstance in another process, a fresh one that holds no claims of ours.
 bool firstInstanceInChild(const char* name) {
     pid_t pid = fork();

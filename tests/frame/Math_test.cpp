@@ -105,15 +105,7 @@ TEST(Round, PlacesHalvesGoDown) {
     EXPECT_EQ(zev::round(7.5, -3), 7.0);
 }
 
-TEST(Helpers, SmallArithmetic) {
-    double a = 1.0, b = 2.0;
-    swapVariables(a, b);
-    EXPECT_EQ(a, 2.0);
-    EXPECT_EQ(b, 1.0);
-    EXPECT_EQ(min3(3, -1, 2), -1);
-    EXPECT_EQ(max3(3, -1, 2), 3);
-    EXPECT_EQ(average(1, 2), 1.5);
-    EXPECT_EQ(average3(1, 2, 4), 7.0 / 3);
+TEST(Helpers, BadCountsGiveADefinedAnswer) {
     const double v[] = {1, 2, 3, 6};
     EXPECT_EQ(average_array(v, 4), 3.0);
     EXPECT_EQ(average_array(v, 0), 0.0);

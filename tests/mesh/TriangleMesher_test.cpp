@@ -193,6 +193,15 @@ TEST_F(TriangleMesherTest, BadInputGetsItsTextAndLeavesTheMessageFile) {
         {"NaN boundary", [](Region& g) { g.boundary[3] = NAN; }, "Bad boundary data was entered."},
         {"huge boundary", [](Region& g) { g.boundary[2] = 1e31; },
          "Bad boundary data was entered."},
+        // Triangle crashed on both before they were refused.
+        {"corner at 6e25", [](Region& g) { g.boundary[4] = 6e25; },
+         "Bad boundary data was entered."},
+        {"hole corner at a subnormal y",
+         [](Region& g) {
+             g.holes = {2, 2e-310, 4, 2, 4, 4};
+             g.holeSizes = {3};
+         },
+         "Bad hole data was entered."},
         {"infinite interior",
          [](Region& g) {
              g.interior = {INFINITY, 1};

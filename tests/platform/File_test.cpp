@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/ExpectMessage.h"
+
 #include "support/TestEnv.h"
 
 namespace {
@@ -18,8 +20,9 @@ TEST(File, OpenFailuresAnswerACause) {
     EXPECT_EQ(error.m_cause, CFileException::fileNotFound);
     EXPECT_FALSE(file.Open(nullptr, CFile::modeRead, &error));
     EXPECT_EQ(error.m_cause, CFileException::badPath);
-    EXPECT_THROW(CFile(dir.file("no/folder/f").c_str(), CFile::modeCreate | CFile::modeWrite),
-                 CFileException);
+    EXPECT_THROW_MSG(CFile(dir.file("no/folder/f").c_str(), CFile::modeCreate | CFile::modeWrite),
+                     CFileException,
+                     "The file could not be found. (" + dir.file("no/folder/f") + ")");
 }
 
 TEST(File, CreateTruncatesUnlessToldNotTo) {
@@ -43,7 +46,8 @@ TEST(File, CreateTruncatesUnlessToldNotTo) {
     EXPECT_EQ(file.Read(buffer, 8), 2u);
     EXPECT_EQ(file.Read(buffer, 8), 0u);
     EXPECT_EQ(file.GetFileName(), "f.bin");
-    EXPECT_THROW(file.Seek(-1, CFile::begin), CFileException);
+    EXPECT_THROW_MSG(file.Seek(-1, CFile::begin), CFileException,
+                     "The file position could not be set. (" + dir.file("f.bin") + ")");
 }
 
 TEST(File, MemoryFileReadsWritesAndSeeks) {
@@ -55,7 +59,8 @@ TEST(File, MemoryFileReadsWritesAndSeeks) {
     file.Write("z", 1);
     EXPECT_EQ(file.Contents(), std::string("abc\0\0z", 6));
     EXPECT_EQ(file.Seek(-1, CFile::end), 5u);
-    EXPECT_THROW(file.Seek(-7, CFile::current), CFileException);
+    EXPECT_THROW_MSG(file.Seek(-7, CFile::current), CFileException,
+                     "The file position could not be set.");
     EXPECT_EQ(file.Read(buffer, 4), 1u);
 }
 

@@ -47,10 +47,12 @@ TEST(HeadlessHost, TimersFireOnlyWhenPumpedAndMayKillThemselves) {
     CZEVHeadlessTimers timers;
     int ticks = 0;
     EXPECT_EQ(timers.SetTimer(0, 10, [](UINT_PTR) {}), 0u);
-    EXPECT_EQ(timers.SetTimer(7, 1000, [&](UINT_PTR id) {
-        ++ticks;
-        timers.KillTimer(id);
-    }), 7u);
+    EXPECT_EQ(timers.SetTimer(7, 1000,
+                              [&](UINT_PTR id) {
+                                  ++ticks;
+                                  timers.KillTimer(id);
+                              }),
+              7u);
     EXPECT_TRUE(timers.IsRunning(7));
     EXPECT_EQ(timers.Interval(7), 1000u);
     EXPECT_EQ(ticks, 0);

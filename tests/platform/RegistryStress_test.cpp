@@ -21,12 +21,13 @@ namespace {
 
 using zevtest::TempDir;
 
-pid_t startWorker(const std::string& store, const std::string& acks, int worker, int count) {
+pid_t startWorker(const std::string& store, const std::string& acks, int worker, int count,
+                  bool batched = false) {
     pid_t pid = fork();
     if (pid == 0) {
         std::string id = std::to_string(worker), n = std::to_string(count);
         execl(ZEV_STORE_WORKER, ZEV_STORE_WORKER, store.c_str(), acks.c_str(), id.c_str(),
-              n.c_str(), nullptr);
+              n.c_str(), batched ? "batch" : nullptr, nullptr);
         _exit(127);
     }
     return pid;
@@ -117,6 +118,42 @@ TEST(RegistryStress, KilledWritersLeaveAWholeStoreWithEveryAcknowledgedWrite) {
         for (pid_t pid : workers) EXPECT_EQ(exitCode(pid), -SIGKILL);
     }
     expectAllPresent(store, acks, 4 * 5);
+}
+
+TEST(RegistryStress, AKilledBatchLeavesAllOfItOrNone) {
+    TempDir dir;
+    const std::string store = dir.file("registry.db"), acks = dir.file("acks");
+    std::mt19937 random(20261124);
+    for (int round = 0; round < 4; ++round) {
+        std::vector<pid_t> workers;
+        for (int w = 0; w < 2; ++w)
+            workers.push_back(startWorker(store, acks, round * 10 + w, 0, true));
+        const size_t before = acknowledged(acks).size();
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (acknowledged(acks).size() < before + 3 && std::chrono::steady_clock::now() < giveUp)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 40));
+        for (pid_t pid : workers) kill(pid, SIGKILL);
+        for (pid_t pid : workers) EXPECT_EQ(exitCode(pid), -SIGKILL);
+    }
+    CZEVFileSettingsStore reopened(store.c_str());
+    const IZEVSettingsStore::KeyId root = reopened.RootKey(HKEY_CURRENT_USER);
+    int keysSeen = 0;
+    for (int k = 0; k < 5; ++k) {
+        IZEVSettingsStore::KeyId id = 0;
+        bool created = false;
+        if (reopened.OpenKey(root, {"Software", "Stress", "K" + std::to_string(k)}, false, id,
+                             created) != ERROR_SUCCESS)
+            continue;
+        ++keysSeen;
+        ZEVStoredValue a, b, c;
+        EXPECT_EQ(reopened.QueryValue(id, "a", a), ERROR_SUCCESS);
+        EXPECT_EQ(reopened.QueryValue(id, "b", b), ERROR_SUCCESS);
+        EXPECT_EQ(reopened.QueryValue(id, "c", c), ERROR_SUCCESS);
+        EXPECT_TRUE(a.data == b.data && b.data == c.data)
+            << a.data << " " << b.data << " " << c.data;
+    }
+    EXPECT_GT(keysSeen, 0);
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 #include "zevcore/platform/Registry.h"
 
 #include <gtest/gtest.h>
+#include <pwd.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -263,17 +266,88 @@ TEST(RegistryFile, AForeignFileIsNotTakenOver) {
     ZEVStoredValue value;
     EXPECT_EQ(notDb.QueryValue(2, "", value), ERROR_BADDB);
 
+    // Somebody else's database, in the default journal mode: reading it changes no byte.
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(dir.file("other.db").c_str(), &db), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(db, "CREATE TABLE t(x)", nullptr, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(
+        sqlite3_exec(db, "CREATE TABLE t(x); INSERT INTO t VALUES (1)", nullptr, nullptr, nullptr),
+        SQLITE_OK);
     sqlite3_close(db);
-    CZEVFileSettingsStore otherDb(dir.file("other.db").c_str());
-    EXPECT_EQ(otherDb.OpenStatus(), ERROR_BADDB);
+    const std::string before = zevtest::readFile(dir.file("other.db"));
+    {
+        CZEVFileSettingsStore otherDb(dir.file("other.db").c_str());
+        EXPECT_EQ(otherDb.OpenStatus(), ERROR_BADDB);
+        EXPECT_EQ(otherDb.QueryValue(2, "", value), ERROR_BADDB);
+        EXPECT_EQ(otherDb.SetValue(2, {"x", REG_SZ, std::string("1", 2)}), ERROR_BADDB);
+    }
+    EXPECT_EQ(zevtest::readFile(dir.file("other.db")), before);
+    EXPECT_FALSE(std::filesystem::exists(dir.file("other.db-wal")));
     EXPECT_EQ(zevtest::readFile(dir.file("text.db")), "this is not a database, just some text....");
+}
 
-    // A store in a folder that does not exist yet makes the folder.
-    CZEVFileSettingsStore nested(dir.file("a/b/registry.db").c_str());
-    EXPECT_EQ(nested.OpenStatus(), ERROR_SUCCESS);
+TEST(RegistryFile, ReadingAStoreThatIsNotThereMakesNothingAndTheFirstWriteMakesIt) {
+    zevtest::TempDir dir;
+    const std::string path = dir.file("a/b/registry.db");
+    CZEVFileSettingsStore store(path.c_str());
+    EXPECT_EQ(store.OpenStatus(), ERROR_SUCCESS);
+    IZEVSettingsStore::KeyId key = 0;
+    bool created = false;
+    ZEVStoredValue value;
+    std::vector<std::string> names;
+    EXPECT_EQ(store.OpenKey(2, {"Software"}, false, key, created), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(store.QueryValue(2, "x", value), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(store.SubKeys(2, names), ERROR_SUCCESS);
+    EXPECT_TRUE(names.empty());
+    EXPECT_FALSE(std::filesystem::exists(dir.file("a")));
+
+    ASSERT_EQ(store.OpenKey(2, {"Software", "ZEV"}, true, key, created), ERROR_SUCCESS);
+    EXPECT_TRUE(created);
+    EXPECT_EQ(store.SetValue(key, {"x", REG_SZ, std::string("1", 2)}), ERROR_SUCCESS);
+    CZEVFileSettingsStore again(path.c_str());
+    EXPECT_EQ(again.QueryValue(key, "x", value), ERROR_SUCCESS);
+}
+
+TEST(RegistryFile, ABatchIsOneTransaction) {
+    zevtest::TempDir dir;
+    CZEVFileSettingsStore store(dir.file("registry.db").c_str());
+    CZEVFileSettingsStore other(dir.file("registry.db").c_str());
+    IZEVSettingsStore* previous = ZEVInstallSettingsStore(&store);
+    HKEY key = nullptr;
+    ASSERT_EQ(RegCreateKeyA(HKEY_CURRENT_USER, "Software\\ZEV", &key), ERROR_SUCCESS);
+    auto set = [&](const char* name) {
+        return RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>("v"), 2);
+    };
+    auto has = [&](IZEVSettingsStore& s, const char* name) {
+        IZEVSettingsStore::KeyId id = 0;
+        bool created = false;
+        ZEVStoredValue value;
+        return s.OpenKey(2, {"Software", "ZEV"}, false, id, created) == ERROR_SUCCESS &&
+               s.QueryValue(id, name, value) == ERROR_SUCCESS;
+    };
+    {
+        CZEVSettingsBatch batch;
+        ASSERT_EQ(batch.Status(), ERROR_SUCCESS);
+        EXPECT_EQ(set("a"), ERROR_SUCCESS);
+        {
+            CZEVSettingsBatch inner;
+            EXPECT_EQ(set("b"), ERROR_SUCCESS);
+            EXPECT_EQ(inner.Commit(), ERROR_SUCCESS);
+        }
+        // A refused call inside a batch undoes only itself.
+        EXPECT_EQ(RegDeleteValueA(key, "missing"), ERROR_FILE_NOT_FOUND);
+        EXPECT_TRUE(has(store, "b"));
+        EXPECT_FALSE(has(other, "a")) << "another connection sees nothing before the commit";
+        EXPECT_EQ(batch.Commit(), ERROR_SUCCESS);
+        EXPECT_EQ(batch.Commit(), ERROR_INVALID_PARAMETER);
+    }
+    EXPECT_TRUE(has(other, "a") && has(other, "b"));
+    {
+        CZEVSettingsBatch abandoned;
+        EXPECT_EQ(set("c"), ERROR_SUCCESS);
+    }
+    EXPECT_FALSE(has(store, "c"));
+    RegCloseKey(key);
+    ZEVInstallSettingsStore(previous);
 }
 
 TEST(RegistryFile, LocationFollowsTheEnvironment) {
@@ -289,6 +363,12 @@ TEST(RegistryFile, LocationFollowsTheEnvironment) {
     }
     ScopedEnv relative("XDG_CONFIG_HOME", "relative/ignored");
     EXPECT_STREQ(ZEVSettingsStorePath(), "/home/u/.config/ZEV/registry.db");
+    // Without HOME, the account's own home folder, never the file system's root.
+    ScopedEnv noHome("HOME", "");
+    const passwd* account = getpwuid(getuid());
+    ASSERT_NE(account, nullptr);
+    EXPECT_EQ(ZEVSettingsStorePath().str(),
+              std::string(account->pw_dir) + "/.config/ZEV/registry.db");
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "support/ExpectMessage.h"
+
 #include <string>
 
 #include "support/TestEnv.h"
@@ -84,7 +86,8 @@ TEST_F(UnitsLegacy, ArchiveFormsReadTheTextAsALine) {
 
     CMemFile truncated(record.data(), 20);
     CArchive short_(&truncated, CArchive::load);
-    EXPECT_THROW(Units::ReadOldQuantitiesFromArchive(short_), CArchiveException);
+    EXPECT_THROW_MSG(Units::ReadOldQuantitiesFromArchive(short_), CArchiveException,
+                     "An unexpected end of file was found while reading the archive.");
 }
 
 }  // namespace

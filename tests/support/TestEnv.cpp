@@ -1,5 +1,7 @@
 #include "support/TestEnv.h"
 
+#include <clocale>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -48,6 +50,46 @@ std::string readFile(const std::string& path) {
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+}  // namespace zevtest
+
+namespace zevtest {
+namespace {
+
+bool decimalCommaLocaleLoads() {
+    if (!std::setlocale(LC_ALL, "de_DE.UTF-8")) return false;
+    bool comma = std::localeconv()->decimal_point[0] == ',';
+    std::setlocale(LC_ALL, "C");
+    return comma;
+}
+
+// Makes de_DE.UTF-8 loadable, generated once under the build tree and found through
+// LOCPATH. The C library remembers a locale it failed to find, so the path is set before the
+// first attempt rather than after a miss.
+bool provideDecimalCommaLocale() {
+    static const bool provided = [] {
+        const std::string root = std::string(ZEV_BINARY_DIR) + "/test-locales";
+        if (!std::filesystem::exists(root + "/de_DE.UTF-8/LC_NUMERIC")) {
+            std::filesystem::create_directories(root);
+            const std::string command =
+                "localedef -c -i de_DE -f UTF-8 '" + root + "/de_DE.UTF-8' >/dev/null 2>&1";
+            if (std::system(command.c_str()) == -1) return false;
+        }
+        setenv("LOCPATH", root.c_str(), 1);
+        return decimalCommaLocaleLoads();
+    }();
+    return provided;
+}
+
+}  // namespace
+
+ScopedDecimalCommaLocale::ScopedDecimalCommaLocale() {
+    m_active = provideDecimalCommaLocale() && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
+}
+
+ScopedDecimalCommaLocale::~ScopedDecimalCommaLocale() {
+    std::setlocale(LC_ALL, "C");
 }
 
 }  // namespace zevtest

@@ -39,3 +39,23 @@ void writeFile(const std::string& path, const std::string& contents);
 std::string readFile(const std::string& path);
 
 }  // namespace zevtest
+
+namespace zevtest {
+
+/// For its lifetime the process runs in a decimal-comma locale (de_DE.UTF-8, generated under
+/// the build tree with localedef when the system has none), as a host application that calls
+/// setlocale(LC_ALL, "") would. `active()` is false where no such locale can be had; tests
+/// then skip.
+class ScopedDecimalCommaLocale {
+public:
+    ScopedDecimalCommaLocale();
+    ~ScopedDecimalCommaLocale();
+    ScopedDecimalCommaLocale(const ScopedDecimalCommaLocale&) = delete;
+    ScopedDecimalCommaLocale& operator=(const ScopedDecimalCommaLocale&) = delete;
+    bool active() const { return m_active; }
+
+private:
+    bool m_active = false;
+};
+
+}  // namespace zevtest

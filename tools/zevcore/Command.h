@@ -15,19 +15,16 @@ enum ExitCode { kSuccess = 0, kFailure = 1, kUsage = 2 };
 struct Command {
     const char* name;
     const char* summary;  // one line for the tool's --help
-    /// Runs with the arguments after the subcommand's name; answers the exit code.
+    const char* help;     // the whole text of 'zevcore <name> --help'
+    /// Runs with the arguments after the subcommand's name; answers the exit code. Throws
+    /// UsageError (Args.h) for bad usage or bad input, anything else for failed work; main
+    /// prints either in one shape.
     std::function<int(const std::vector<std::string>& args)> run;
 };
 
 /// The registered commands, sorted by name.
 const std::vector<Command>& commands();
 bool registerCommand(Command command);
-
-/// Prints "zevcore: <message>" and a hint to stderr; answers kUsage.
-int usageError(const std::string& message, const char* command = nullptr);
-
-/// True when args holds "-h" or "--help".
-bool wantsHelp(const std::vector<std::string>& args);
 
 }  // namespace zevtool
 

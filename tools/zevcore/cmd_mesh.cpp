@@ -1,14 +1,15 @@
 // zevcore mesh: mesh a region and write the picture, the mesh file and a quality summary.
 
 #include <algorithm>
-#include <cerrno>
+#include <climits>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <optional>
 
+#include "Args.h"
 #include "Command.h"
+#include "Output.h"
 #include "mesh_io.h"
 #include "mesh_triangle.h"
 #include "zevcore/mesh/paver/MeshModel.h"
@@ -42,16 +43,16 @@ const char* const kHelp =
     "                    region's bounding box)\n"
     "  --divisions N     divisions per boundary line (accepted; the paver sizes by --size)\n"
     "  --limit N         the mesher's iteration limit, 1 to 9999 (default 1)\n"
-    "  --svg FILE        write a picture of the mesh\n"
-    "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII\n"
+    "  --svg FILE        write a picture of the mesh (- for standard output)\n"
+    "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII (- for standard output)\n"
     "  -q, --quiet       no progress lines on stderr\n"
     "  -h, --help        show this help and exit\n"
     "\n"
     "Exit status: 0 success, 1 the mesher could not close the mesh or a file could not be\n"
-    "written, 2 bad usage or bad input.\n";
+    "written (nothing is written then), 2 bad usage or bad input.\n";
 
 struct Options {
-    int shape = 0;
+    std::optional<int> shape;
     std::string input;
     std::string method = "paver";
     std::optional<double> size;
@@ -68,23 +69,6 @@ struct Result {
     int missedInteriorPoints = 0;
     bool complete = true;
 };
-
-bool parseInt(const std::string& text, int& value) {
-    char* end = nullptr;
-    errno = 0;
-    long v = std::strtol(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || errno == ERANGE || v < -1000000000L || v > 1000000000L)
-        return false;
-    value = static_cast<int>(v);
-    return true;
-}
-
-bool parseDouble(const std::string& text, double& value) {
-    char* end = nullptr;
-    errno = 0;
-    value = std::strtod(text.c_str(), &end);
-    return !text.empty() && *end == '\0' && errno != ERANGE && std::isfinite(value);
-}
 
 // The progress lines of a mesher arrive as window messages; this window prints them on
 // stderr. The mesher's row dots run on one line, and a line repeated many times in a row is
@@ -198,125 +182,72 @@ Result runPaver(const Region& region, const Options& options, double size) {
     return result;
 }
 
-int runMesh(const std::vector<std::string>& args) {
-    if (wantsHelp(args)) {
-        std::cout << kHelp;
-        return kSuccess;
-    }
+Options readOptions(const std::vector<std::string>& args) {
     Options o;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        auto value = [&](const char* name) -> const std::string* {
-            if (i + 1 >= args.size()) {
-                usageError(std::string("option '") + name + "' needs a value", "mesh");
-                return nullptr;
-            }
-            return &args[++i];
-        };
-        if (a == "--shape") {
-            const std::string* v = value("--shape");
-            if (!v) return kUsage;
-            if (!parseInt(*v, o.shape) || o.shape < 1 || o.shape > 5)
-                return usageError("--shape must be 1 to 5", "mesh");
-        } else if (a == "--method") {
-            const std::string* v = value("--method");
-            if (!v) return kUsage;
-            o.method = *v;
-        } else if (a == "--size") {
-            const std::string* v = value("--size");
-            if (!v) return kUsage;
-            double s;
-            if (!parseDouble(*v, s) || !(s > 0.0))
-                return usageError("--size must be a number above 0", "mesh");
-            o.size = s;
-        } else if (a == "--divisions") {
-            const std::string* v = value("--divisions");
-            if (!v) return kUsage;
-            if (!parseInt(*v, o.divisions) || o.divisions < 0)
-                return usageError("--divisions must be a whole number, 0 or more", "mesh");
-        } else if (a == "--limit") {
-            const std::string* v = value("--limit");
-            if (!v) return kUsage;
-            if (!parseInt(*v, o.limit) || o.limit < 1 || o.limit > 9999)
-                return usageError("--limit must be 1 to 9999", "mesh");
-        } else if (a == "--svg" || a == "--msh") {
-            const std::string* v = value(a.c_str());
-            if (!v) return kUsage;
-            (a == "--svg" ? o.svg : o.msh) = *v;
-        } else if (a == "--max-area") {
-            const std::string* v = value("--max-area");
-            if (!v) return kUsage;
-            double area;
-            if (!parseDouble(*v, area) || !(area > 0.0))
-                return usageError("--max-area must be a number above 0", "mesh");
-            o.maxArea = area;
-        } else if (a == "--conforming") {
-            o.conforming = true;
-        } else if (a == "-q" || a == "--quiet") {
-            o.quiet = true;
-        } else if (!a.empty() && a[0] == '-') {
-            return usageError("unknown option '" + a + "'", "mesh");
-        } else if (o.input.empty()) {
-            o.input = a;
-        } else {
-            return usageError("more than one input file", "mesh");
-        }
-    }
-    if ((o.shape != 0) == !o.input.empty())
-        return usageError("give either --shape N or a boundary file", "mesh");
+    std::vector<std::string> inputs = ArgReader(args)
+                                          .whole("--shape", o.shape, 1, 5)
+                                          .text("--method", o.method)
+                                          .number("--size", o.size, Bound::Positive)
+                                          .whole("--divisions", o.divisions, 0, INT_MAX)
+                                          .whole("--limit", o.limit, 1, 9999)
+                                          .text("--svg", o.svg)
+                                          .text("--msh", o.msh)
+                                          .number("--max-area", o.maxArea, Bound::Positive)
+                                          .flag("--conforming", o.conforming)
+                                          .flag("-q|--quiet", o.quiet)
+                                          .parse(1);
+    if (!inputs.empty()) o.input = inputs[0];
+    if (o.shape.has_value() == !o.input.empty())
+        throw UsageError("give either --shape N or a boundary file");
     if (o.method != "paver" && o.method != "triangle")
-        return usageError("unknown method '" + o.method + "' (available: paver, triangle)",
-                          "mesh");
+        throw UsageError("unknown method '" + o.method + "' (available: paver, triangle)");
     if (o.method != "triangle" && (o.maxArea || o.conforming))
-        return usageError("--max-area and --conforming go with --method triangle", "mesh");
+        throw UsageError("--max-area and --conforming go with --method triangle");
+    return o;
+}
 
-    Region region;
-    if (o.shape) {
-        region = builtInShape(o.shape);
-    } else {
-        try {
-            region = readBoundaryFile(o.input);
-        } catch (const InputError& e) {
-            std::cerr << "zevcore mesh: " << o.input;
-            if (e.line() > 0) std::cerr << ':' << e.line();
-            std::cerr << ": " << e.what() << '\n';
-            return kUsage;
-        }
+Region readRegion(const Options& o) {
+    if (o.shape) return builtInShape(*o.shape);
+    try {
+        return readBoundaryFile(o.input);
+    } catch (const InputError& e) {
+        std::string where = o.input + (e.line() > 0 ? ":" + std::to_string(e.line()) : "");
+        throw UsageError(where + ": " + e.what());
     }
-    double size = o.size ? *o.size : defaultSize(region);
+}
+
+Result runTriangle(const Region& region, const Options& o, double size) {
+    double maxArea = o.maxArea ? *o.maxArea : std::sqrt(3.0) / 4.0 * size * size;
+    TriangleResult triangles = meshWithTriangle(region, maxArea, o.conforming);
+    if (!triangles.error.empty()) throw std::runtime_error(triangles.error);
     Result result;
-    if (o.method == "triangle") {
-        double maxArea = o.maxArea ? *o.maxArea : std::sqrt(3.0) / 4.0 * size * size;
-        TriangleResult triangles = meshWithTriangle(region, maxArea, o.conforming);
-        if (!triangles.error.empty()) {
-            std::cerr << "zevcore mesh: " << triangles.error << '\n';
-            return kFailure;
-        }
-        result.mesh = std::move(triangles.mesh);
-        result.missedInteriorPoints = triangles.missedInteriorPoints;
-    } else {
-        result = runPaver(region, o, size);
-    }
+    result.mesh = std::move(triangles.mesh);
+    result.missedInteriorPoints = triangles.missedInteriorPoints;
+    return result;
+}
+
+int runMesh(const std::vector<std::string>& args) {
+    const Options o = readOptions(args);
+    const Region region = readRegion(o);
+    const double size = o.size ? *o.size : defaultSize(region);
+    const Result result =
+        o.method == "triangle" ? runTriangle(region, o, size) : runPaver(region, o, size);
 
     Quality quality = measureQuality(result.mesh);
     std::cout << summaryText(o.method, result.mesh, quality, result.missedInteriorPoints,
                              static_cast<int>(region.interiorPoints.size()));
-    if (o.method == "triangle") std::cout << triangleSummaryText(result.mesh, quality, o.conforming);
-    try {
-        if (!o.svg.empty()) writeSvg(o.svg, region, result.mesh);
-        if (!o.msh.empty()) writeMsh(o.msh, result.mesh);
-    } catch (const std::exception& e) {
-        std::cerr << "zevcore mesh: " << e.what() << '\n';
-        return kFailure;
-    }
-    if (!result.complete) {
-        std::cerr << "zevcore mesh: the mesher stopped before every front was closed\n";
-        return kFailure;
-    }
+    if (o.method == "triangle")
+        std::cout << triangleSummaryText(result.mesh, quality, o.conforming);
+    PendingOutputs outputs;
+    if (!o.svg.empty()) outputs.add(o.svg, svgText(region, result.mesh));
+    if (!o.msh.empty()) outputs.add(o.msh, mshText(result.mesh));
+    if (!result.complete)
+        throw std::runtime_error("the mesher stopped before every front was closed");
+    outputs.commit();
     return kSuccess;
 }
 
-ZEV_COMMAND("mesh", "mesh a planar region; SVG, MSH and a quality summary", runMesh);
+ZEV_COMMAND("mesh", "mesh a planar region; SVG, MSH and a quality summary", kHelp, runMesh);
 
 }  // namespace
 }  // namespace zevtool

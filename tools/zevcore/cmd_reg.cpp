@@ -3,16 +3,18 @@
 #include <strings.h>
 
 #include <cctype>
-#include <cerrno>
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "Args.h"
 #include "Command.h"
 #include "zevcore/platform/Registry.h"
 
@@ -234,11 +236,17 @@ bool encode(const std::string& type, const std::string& text, DWORD& regType, st
     }
     if (type == "dword") {
         regType = REG_DWORD;
-        errno = 0;
-        char* end = nullptr;
-        long long n = std::strtoll(text.c_str(), &end, 0);
-        if (text.empty() || *end || errno || n < INT32_MIN || n > UINT32_MAX) return false;
-        std::uint32_t word = static_cast<std::uint32_t>(n);
+        std::optional<long long> n;
+        if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
+            long long hex = 0;
+            auto [end, error] =
+                std::from_chars(text.data() + 2, text.data() + text.size(), hex, 16);
+            if (error == std::errc() && end == text.data() + text.size()) n = hex;
+        } else {
+            n = parseWhole(text);
+        }
+        if (!n || *n < INT32_MIN || *n > UINT32_MAX) return false;
+        std::uint32_t word = static_cast<std::uint32_t>(*n);
         bytes.assign(reinterpret_cast<const char*>(&word), 4);
         return true;
     }
@@ -264,9 +272,9 @@ int set(const std::string& keyArg, const std::string& name, const std::string& t
     DWORD regType = REG_NONE;
     std::string bytes;
     if (type != "sz" && type != "dword" && type != "binary")
-        return usageError("unknown type '" + type + "'", "reg");
+        throw UsageError("unknown type '" + type + "'");
     if (!encode(type, text, regType, bytes))
-        return usageError("'" + text + "' is no " + type + " value", "reg");
+        throw UsageError("'" + text + "' is no " + type + " value");
     std::string path = keyArg;
     HKEY root = rootOf(path);
     HKEY key = nullptr;
@@ -291,34 +299,16 @@ int remove(const std::string& keyArg, const std::string* name) {
         RegCloseKey(key);
         return status == ERROR_SUCCESS ? kSuccess : fail(keyArg + " " + valueLabel(*name), status);
     }
-    if (path.empty()) return usageError("a whole root cannot be deleted", "reg");
+    if (path.empty()) throw UsageError("a whole root cannot be deleted");
     LSTATUS status = RegDeleteTreeA(root, path.c_str());
     return status == ERROR_SUCCESS ? kSuccess : fail(keyArg, status);
 }
 
 int run(const std::vector<std::string>& args) {
-    if (wantsHelp(args)) {
-        std::cout << kHelp;
-        return kSuccess;
-    }
-    std::vector<std::string> words;
     std::string store, type = "sz";
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        if (a == "--store" || a == "--type") {
-            if (i + 1 >= args.size()) return usageError(a + " needs a value", "reg");
-            (a == "--store" ? store : type) = args[++i];
-        } else if (a.rfind("--store=", 0) == 0) {
-            store = a.substr(8);
-        } else if (a.rfind("--type=", 0) == 0) {
-            type = a.substr(7);
-        } else if (a.size() > 1 && a[0] == '-' && a != "-" && !std::isdigit(a[1])) {
-            return usageError("unknown option '" + a + "'", "reg");
-        } else {
-            words.push_back(a);
-        }
-    }
-    if (words.empty()) return usageError("no action given", "reg");
+    std::vector<std::string> words =
+        ArgReader(args).text("--store", store).text("--type", type).parse();
+    if (words.empty()) throw UsageError("no action given");
     const std::string action = words[0];
     const size_t count = words.size() - 1;
 
@@ -342,10 +332,10 @@ int run(const std::vector<std::string>& args) {
     if (action == "delete" && (count == 1 || count == 2))
         return remove(words[1], count == 2 ? &words[2] : nullptr);
     if (action != "list" && action != "get" && action != "set" && action != "delete")
-        return usageError("unknown action '" + action + "'", "reg");
-    return usageError("wrong number of arguments for '" + action + "'", "reg");
+        throw UsageError("unknown action '" + action + "'");
+    throw UsageError("wrong number of arguments for '" + action + "'");
 }
 
 }  // namespace
 
-ZEV_COMMAND("reg", "look inside the settings store and change it", run);
+ZEV_COMMAND("reg", "look inside the settings store and change it", kHelp, run);

@@ -1,11 +1,11 @@
 // zevcore units: the unit tables, and entries parsed and shown as the library does.
 
 #include <cstdio>
-#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
 
+#include "Args.h"
 #include "Command.h"
 #include "Numbers.h"
 #include "zevcore/quantities/Units.h"
@@ -33,9 +33,8 @@ constexpr const char* kHelp =
 // A number 0 to count-1, or a name matched blind to case; -1 when neither.
 int pick(const std::string& text, int count, const char* (*nameOf)(int),
          const char* (*otherName)(int)) {
-    char* end = nullptr;
-    long n = std::strtol(text.c_str(), &end, 10);
-    if (!text.empty() && *end == '\0') return n >= 0 && n < count ? static_cast<int>(n) : -1;
+    if (std::optional<long long> n = parseWhole(text))
+        return *n >= 0 && *n < count ? static_cast<int>(*n) : -1;
     for (int i = 0; i < count; ++i) {
         if (CString(nameOf(i)).CompareNoCase(text.c_str()) == 0) return i;
         if (otherName && CString(otherName(i)).CompareNoCase(text.c_str()) == 0) return i;
@@ -74,61 +73,48 @@ void printList() {
 }
 
 int run(const std::vector<std::string>& args) {
-    if (wantsHelp(args)) {
-        std::cout << kHelp;
-        return kSuccess;
-    }
-    std::vector<std::string> positional;
     std::string category, style, range = "any";
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& a = args[i];
-        std::string* target = a == "--category" ? &category
-                              : a == "--style"  ? &style
-                              : a == "--range"  ? &range
-                                                : nullptr;
-        if (target) {
-            if (i + 1 >= args.size()) return usageError(a + " needs a value", "units");
-            *target = args[++i];
-        } else if (a.size() > 1 && a[0] == '-' &&
-                   (a[1] == '-' || std::isalpha(static_cast<unsigned char>(a[1])))) {
-            return usageError("unknown option '" + a + "'", "units");
-        } else {
-            positional.push_back(a);
-        }
-    }
-    if (positional.empty()) return usageError("no action given (parse or list)", "units");
+    std::vector<std::string> positional = ArgReader(args)
+                                              .text("--category", category)
+                                              .text("--style", style)
+                                              .text("--range", range)
+                                              .parse(2);
+    if (positional.empty()) throw UsageError("no action given (parse or list)");
 
     Units::readStyles();
     if (!style.empty()) {
         int s = pick(style, Units::kStyleCount, styleName, styleShortName);
-        if (s < 0) return usageError("unknown style '" + style + "'", "units");
+        if (s < 0) throw UsageError("unknown style '" + style + "'");
         Units::setStyle(static_cast<ETUnitStyle>(s), false);
     }
 
     const std::string& action = positional[0];
     if (action == "list") {
-        if (positional.size() != 1) return usageError("list takes no entry", "units");
+        if (positional.size() != 1) throw UsageError("list takes no entry");
         printList();
         return kSuccess;
     }
-    if (action != "parse") return usageError("unknown action '" + action + "'", "units");
-    if (positional.size() != 2) return usageError("parse takes one entry", "units");
-    if (category.empty()) return usageError("parse needs --category", "units");
+    if (action != "parse") throw UsageError("unknown action '" + action + "'");
+    if (positional.size() != 2) throw UsageError("parse takes one entry");
+    if (category.empty()) throw UsageError("parse needs --category");
     int c = pick(category, Units::kCategoryCount, categoryName, nullptr);
-    if (c < 0) return usageError("unknown category '" + category + "'", "units");
+    if (c < 0) throw UsageError("unknown category '" + category + "'");
     const char* ranges[] = {"any", "nonzero", "nonnegative", "positive"};
     int r = -1;
     for (int i = 0; i < 4; ++i)
         if (range == ranges[i]) r = i;
-    if (r < 0) return usageError("unknown range '" + range + "'", "units");
+    if (r < 0) throw UsageError("unknown range '" + range + "'");
 
+    // The library reads an entry without a digit ("", ".", "-") as 0 with no error, as a
+    // field left blank would be; as an answer to "what is this entry", that is no number.
+    if (positional[1].find_first_of("0123456789") == std::string::npos)
+        throw std::runtime_error("'" + positional[1] + "' holds no number");
     ETUnit u = static_cast<ETUnit>(c);
     ETUnitError error = UNIT_OK;
     double value = Units::parse(u, positional[1].c_str(), &error, static_cast<ETUnitRange>(r));
-    if (error != UNIT_OK) {
-        std::cerr << "error " << error << ": " << Units::lastParseMessage() << "\n";
-        return kFailure;
-    }
+    if (error != UNIT_OK)
+        throw std::runtime_error("error " + std::to_string(error) + ": " +
+                                 Units::lastParseMessage());
     std::cout << "internal: " << shortestNumber(value) << "\n"
               << "shown: " << Units::show(u, value, UNIT_SHOW) << "\n";
     return kSuccess;
@@ -136,6 +122,6 @@ int run(const std::vector<std::string>& args) {
 
 }  // namespace
 
-ZEV_COMMAND("units", "parse entries with units, and list the unit tables", run);
+ZEV_COMMAND("units", "parse entries with units, and list the unit tables", kHelp, run);
 
 }  // namespace zevtool

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <iostream>
 
+#include "Args.h"
 #include "Command.h"
 #include "zevcore/Version.h"
 #include "zevcore/platform/Host.h"
@@ -13,6 +14,36 @@ namespace {
 std::vector<Command>& registry() {
     static std::vector<Command> all;
     return all;
+}
+
+int usageError(const std::string& message, const char* command = nullptr) {
+    std::string name = command ? std::string("zevcore ") + command : "zevcore";
+    std::cerr << name << ": " << message << " (try '" << name << " --help')\n";
+    return kUsage;
+}
+
+// Help is asked for by -h or --help among the options, that is before any "--".
+bool wantsHelp(const std::vector<std::string>& args) {
+    for (const std::string& a : args) {
+        if (a == "--") return false;
+        if (a == "-h" || a == "--help") return true;
+    }
+    return false;
+}
+
+int runCommand(const Command& command, const std::vector<std::string>& args) {
+    if (wantsHelp(args)) {
+        std::cout << command.help;
+        return kSuccess;
+    }
+    try {
+        return command.run(args);
+    } catch (const UsageError& e) {
+        return usageError(e.what(), command.name);
+    } catch (const std::exception& e) {
+        std::cerr << "zevcore " << command.name << ": " << e.what() << "\n";
+        return kFailure;
+    }
 }
 
 void printHelp() {
@@ -47,25 +78,11 @@ bool registerCommand(Command command) {
     return true;
 }
 
-int usageError(const std::string& message, const char* command) {
-    std::cerr << "zevcore: " << message << " (try 'zevcore " << (command ? command : "")
-              << (command ? " " : "") << "--help')\n";
-    return kUsage;
-}
-
-bool wantsHelp(const std::vector<std::string>& args) {
-    return std::any_of(args.begin(), args.end(),
-                       [](const std::string& a) { return a == "-h" || a == "--help"; });
-}
-
 }  // namespace zevtool
 
 int main(int argc, char** argv) {
     using namespace zevtool;
-    if (argc < 2) {
-        usageError("no command given");
-        return kUsage;
-    }
+    if (argc < 2) return usageError("no command given");
     std::string first = argv[1];
     if (first == "-h" || first == "--help") {
         printHelp();
@@ -84,15 +101,8 @@ int main(int argc, char** argv) {
     ZEVInstallWindows(&console);
 
     for (const Command& command : commands()) {
-        if (first == command.name) {
-            std::vector<std::string> args(argv + 2, argv + argc);
-            try {
-                return command.run(args);
-            } catch (const std::exception& e) {
-                std::cerr << "zevcore " << command.name << ": " << e.what() << "\n";
-                return kFailure;
-            }
-        }
+        if (first == command.name)
+            return runCommand(command, std::vector<std::string>(argv + 2, argv + argc));
     }
     return usageError("unknown command '" + first + "'");
 }

@@ -5,9 +5,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <limits>
+#include <locale>
 #include <sstream>
+
+#include "zevcore/platform/Locale.h"
 
 namespace zevtool::meshio {
 
@@ -25,7 +30,7 @@ bool parseNumber(const std::string& token, double& value) {
     if (token.empty()) return false;
     errno = 0;
     char* end = nullptr;
-    value = std::strtod(token.c_str(), &end);
+    value = ZEVStrtod(token.c_str(), &end);
     return end == token.c_str() + token.size() && errno != ERANGE && std::isfinite(value);
 }
 
@@ -97,26 +102,6 @@ Loop closeLoop(const Block& block) {
     }
     if (signedArea(loop.points) == 0.0) throw InputError(last, "the loop encloses no area");
     return loop;
-}
-
-// Writes through a temporary file in the same folder, so that a failure leaves nothing half
-// written and an old file stays as it was.
-void writeWhole(const std::string& path, const std::string& contents) {
-    std::string temp = path + ".part";
-    {
-        std::ofstream out(temp, std::ios::binary | std::ios::trunc);
-        if (!out) throw std::runtime_error("cannot write '" + path + "'");
-        out << contents;
-        out.flush();
-        if (!out) {
-            std::remove(temp.c_str());
-            throw std::runtime_error("cannot write '" + path + "'");
-        }
-    }
-    if (std::rename(temp.c_str(), path.c_str()) != 0) {
-        std::remove(temp.c_str());
-        throw std::runtime_error("cannot write '" + path + "'");
-    }
 }
 
 bool validElement(const Element& e, int nodes) {
@@ -268,12 +253,14 @@ Region parseBoundaryText(const std::string& text) {
 }
 
 Region readBoundaryFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw InputError(0, "cannot read the file: it is a folder");
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(0, "cannot read the file");
-    std::ostringstream text;
-    text << in.rdbuf();
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (in.bad()) throw InputError(0, "cannot read the file");
-    return parseBoundaryText(text.str());
+    return parseBoundaryText(text);
 }
 
 Quality measureQuality(const Mesh& mesh) {
@@ -302,6 +289,7 @@ Quality measureQuality(const Mesh& mesh) {
 
 std::string summaryText(const std::string& method, const Mesh& mesh, const Quality& quality,
                         int missedInteriorPoints, int interiorPoints) {
+    CZEVClassicLocaleScope classic;
     char buffer[512];
     std::snprintf(buffer, sizeof buffer,
                   "method:            %s\n"
@@ -317,7 +305,7 @@ std::string summaryText(const std::string& method, const Mesh& mesh, const Quali
     return buffer;
 }
 
-void writeSvg(const std::string& path, const Region& region, const Mesh& mesh) {
+std::string svgText(const Region& region, const Mesh& mesh) {
     double minX = std::numeric_limits<double>::infinity(), minY = minX;
     double maxX = -minX, maxY = -minX;
     auto grow = [&](const Point& p) {
@@ -337,6 +325,7 @@ void writeSvg(const std::string& path, const Region& region, const Mesh& mesh) {
     auto Y = [&](const Point& p) { return height - margin - (p.y - minY) * scale; };
 
     std::ostringstream svg;
+    svg.imbue(std::locale::classic());
     svg.precision(10);
     svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
@@ -363,17 +352,19 @@ void writeSvg(const std::string& path, const Region& region, const Mesh& mesh) {
     for (const Point& p : region.boundaryPoints)
         svg << "<circle cx=\"" << X(p) << "\" cy=\"" << Y(p) << "\" r=\"4\" fill=\"#20a020\"/>\n";
     svg << "</svg>\n";
-    writeWhole(path, svg.str());
+    return svg.str();
 }
 
-void writeMsh(const std::string& path, const Mesh& mesh) {
+std::string mshText(const Mesh& mesh) {
     std::ostringstream msh;
+    msh.imbue(std::locale::classic());
     msh.precision(17);
     msh << "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n" << mesh.nodes.size() << '\n';
     for (size_t i = 0; i < mesh.nodes.size(); ++i)
         msh << i + 1 << ' ' << mesh.nodes[i].x << ' ' << mesh.nodes[i].y << " 0\n";
     msh << "$EndNodes\n$Elements\n";
     std::ostringstream body;
+    body.imbue(std::locale::classic());
     size_t written = 0;
     for (const Element& e : mesh.elements) {
         if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
@@ -384,7 +375,7 @@ void writeMsh(const std::string& path, const Mesh& mesh) {
         body << '\n';
     }
     msh << written << '\n' << body.str() << "$EndElements\n";
-    writeWhole(path, msh.str());
+    return msh.str();
 }
 
 }  // namespace zevtool::meshio

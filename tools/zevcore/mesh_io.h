@@ -77,11 +77,10 @@ std::string summaryText(const std::string& method, const Mesh& mesh, const Quali
                         int missedInteriorPoints, int interiorPoints);
 
 /// The mesh as an SVG picture: elements (concave ones marked), the region's loops and its
-/// constraint points. Written to a temporary file and renamed, so a failure leaves nothing
-/// half written. Throws std::runtime_error when the file cannot be written.
-void writeSvg(const std::string& path, const Region& region, const Mesh& mesh);
+/// constraint points.
+std::string svgText(const Region& region, const Mesh& mesh);
 /// The mesh as Gmsh MSH 2.2 ASCII: nodes (z = 0) and elements (type 3 for quadrilaterals,
-/// 2 for triangles). Written like writeSvg.
-void writeMsh(const std::string& path, const Mesh& mesh);
+/// 2 for triangles).
+std::string mshText(const Mesh& mesh);
 
 }  // namespace zevtool::meshio

@@ -7,6 +7,7 @@
 
 #include "zevcore/frame/Math.h"
 #include "zevcore/mesh/TriangleMesher.h"
+#include "zevcore/platform/Locale.h"
 
 namespace zevtool::meshio {
 
@@ -67,6 +68,7 @@ TriangleResult meshWithTriangle(const Region& region, double maxArea, bool confo
 }
 
 std::string triangleSummaryText(const Mesh& mesh, const Quality& quality, bool conforming) {
+    CZEVClassicLocaleScope classic;
     char buffer[256];
     if (conforming)
         std::snprintf(buffer, sizeof buffer,

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <new>
 
 const char FileErrorName[11][14] = {
@@ -91,18 +92,16 @@ ibfstream& ibfstream::operator>>(char* buffer) {
 }
 
 ibfstream& ibfstream::operator>>(CString& text) {
-    char* buffer = nullptr;
-    try {
-        buffer = text.GetBuffer(kCStringReadSize + 1);
-    } catch (const std::bad_alloc&) {
-        return *this;
-    }
-    std::ifstream::getline(buffer, kCStringReadSize, '\0');
-    const int count = static_cast<int>(gcount());
-    // The recorded length is count + 2; every byte after the text is made NUL, so no stale
-    // byte of the string's earlier contents shows through.
-    std::memset(buffer + count, 0, 2);
-    text.ReleaseBuffer(count + 2);
+    // One buffer for every read, never cleared: only the bytes the read stored are taken,
+    // so a short text costs what it is long, not the size of the largest.
+    thread_local const std::unique_ptr<char[]> buffer(new char[kCStringReadSize + 1]);
+    std::ifstream::getline(buffer.get(), kCStringReadSize, '\0');
+    const auto count = static_cast<size_t>(gcount());
+    // The recorded length is count + 2: the bytes read (the text and, when it was found, the
+    // place of its terminating NUL) and two NULs after them, so no stale byte shows through.
+    std::string read(buffer.get(), count);
+    read.append(2, '\0');
+    text = CString(read);
     return *this;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "zevcore/platform/File.h"
+#include "zevcore/platform/Locale.h"
 
 namespace {
 
@@ -46,7 +47,9 @@ const char* readLines(const char* path, CStringArrayEx& lines, CString& message)
     return nullptr;
 }
 
-bool validIndex(int index, int size) { return index >= 0 && index < size; }
+bool validIndex(int index, int size) {
+    return index >= 0 && index < size;
+}
 
 }  // namespace
 
@@ -140,7 +143,9 @@ int CSimpleTextFile::ParsedLines() const {
     return m_parsed ? static_cast<int>(m_parsedLines.size()) : 0;
 }
 
-int CSimpleTextFile::Tokens(int line) const { return ParsedLine(line).GetSize(); }
+int CSimpleTextFile::Tokens(int line) const {
+    return ParsedLine(line).GetSize();
+}
 
 const CString& CSimpleTextFile::Token(int line, int token) const {
     const CStringArrayEx& tokens = ParsedLine(line);
@@ -203,5 +208,5 @@ const char* CTabbedTextFile::StringData(int row, int column) const {
 
 double CTabbedTextFile::DoubleData(int row, int column) const {
     const char* cell = StringData(row, column);
-    return cell ? std::atof(cell) : 0.0;
+    return cell ? ZEVStrtod(cell, nullptr) : 0.0;
 }

@@ -1,4 +1,5 @@
 #include "zevcore/files/Xml.h"
+#include "zevcore/platform/Locale.h"
 
 #include <cstring>
 #include <utility>
@@ -65,7 +66,9 @@ void xmlwriter::openTag(const std::string& name, const char* useDefault) {
     m_openTags.push_back(tag);
 }
 
-void xmlwriter::Createtag(std::string name) { openTag(name, nullptr); }
+void xmlwriter::Createtag(std::string name) {
+    openTag(name, nullptr);
+}
 
 void xmlwriter::Createtag(std::string name, bool useDefault) {
     openTag(name, useDefault ? "true" : "false");
@@ -88,6 +91,7 @@ void xmlwriter::CreateChild(std::string name, int value) {
 
 void xmlwriter::CreateChild(std::string name, double value) {
     char text[40];
+    CZEVClassicLocaleScope classic;
     std::snprintf(text, sizeof text, "%.15lg", value);
     CreateChild(std::move(name), text);
 }
@@ -127,28 +131,29 @@ xmlreaderNode::~xmlreaderNode() {
 }
 
 xmlreaderNode* xmlreaderNode::AddChildNode(std::string name) {
-    auto* child = new xmlreaderNode(std::move(name), this);
-    xmlreaderNode*& slot = m_children[m_cursor++];
-    delete slot;  // a cursor moved back by hand may land on a taken index
-    slot = child;
-    return child;
+    // A cursor moved back by hand may land on a taken index: the new child replaces the old.
+    auto& slot = m_children[m_cursor++];
+    slot = std::make_unique<xmlreaderNode>(std::move(name), this);
+    return slot.get();
 }
 
 void xmlreaderNode::AddElementVal(std::string name, std::string value) {
     m_values[std::move(name)] = std::move(value);
 }
 
-std::string xmlreaderNode::GetElementValue(std::string name) { return m_values[std::move(name)]; }
+std::string xmlreaderNode::GetElementValue(std::string name) {
+    return m_values[std::move(name)];
+}
 
 xmlreaderNode* xmlreaderNode::GetFirstChild() {
     m_cursor = 1;
     const auto found = m_children.find(0);
-    return found == m_children.end() ? nullptr : found->second;
+    return found == m_children.end() ? nullptr : found->second.get();
 }
 
 xmlreaderNode* xmlreaderNode::GetNextChild() {
     const auto found = m_children.find(m_cursor++);
-    return found == m_children.end() ? nullptr : found->second;
+    return found == m_children.end() ? nullptr : found->second.get();
 }
 
 void xmlreaderNode::ResetReading() {
@@ -161,18 +166,19 @@ void xmlreaderNode::ResetReading() {
 
 void xmlreaderNode::DeleteAll() {
     // Taken out first, so that nothing is reachable through this node while it goes.
-    std::map<int, xmlreaderNode*> children;
+    std::map<int, std::unique_ptr<xmlreaderNode>> children;
     children.swap(m_children);
-    for (auto& [index, child] : children) delete child;
+    children.clear();
     m_values.clear();
 }
 
 // --- xmlreader -------------------------------------------------------------------------------
 
-xmlreader::xmlreader(std::string path) : m_docName(std::move(path)) { ReadFile(); }
+xmlreader::xmlreader(std::string path) : m_docName(std::move(path)) {
+    ReadFile();
+}
 
 xmlreader::~xmlreader() {
-    delete m_root;
     if (m_file) std::fclose(m_file);
 }
 
@@ -215,8 +221,8 @@ bool xmlreader::ProcessString(std::string line) {
     const std::size_t open = text.find('<');
     if (open == std::string::npos) {
         if (!m_root) {
-            m_root = new xmlreaderNode(name, nullptr);
-            m_current = m_root;
+            m_root = std::make_unique<xmlreaderNode>(name, nullptr);
+            m_current = m_root.get();
         } else if (m_current) {
             m_current = m_current->AddChildNode(name);
         } else {
@@ -241,5 +247,5 @@ void xmlreader::DeleteAll() {
     if (!m_root) return;
     m_root->DeleteAll();
     // The position may have been one of the nodes just deleted; the root is what is left.
-    if (m_current) m_current = m_root;
+    if (m_current) m_current = m_root.get();
 }

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -96,7 +97,7 @@ private:
     int m_cursor = 0;
     xmlreaderNode* m_parent;
     std::map<std::string, std::string> m_values;
-    std::map<int, xmlreaderNode*> m_children;
+    std::map<int, std::unique_ptr<xmlreaderNode>> m_children;
 };
 
 /// Reads a file in the writer's layout into a tree of nodes.
@@ -118,7 +119,7 @@ public:
     /// The text without blanks, tabs and line feeds at either end.
     std::string EatupWhiteSpace(std::string text);
 
-    xmlreaderNode* GetRootNode() const { return m_root; }
+    xmlreaderNode* GetRootNode() const { return m_root.get(); }
     std::string GetRootName() const { return m_rootName; }
     std::string GetDocName() const { return m_docName; }
     void ResetReading();
@@ -127,7 +128,7 @@ public:
 private:
     std::string m_docName;
     std::string m_rootName;
-    xmlreaderNode* m_root = nullptr;
+    std::unique_ptr<xmlreaderNode> m_root;
     xmlreaderNode* m_current = nullptr;
     std::FILE* m_file = nullptr;
 };

@@ -1,4 +1,5 @@
 #include "zevcore/frame/Ini.h"
+#include "zevcore/platform/Locale.h"
 
 #include <locale.h>
 #include <unistd.h>
@@ -80,11 +81,6 @@ bool parseLong(const char* text, std::int64_t& value) {
     else
         value = static_cast<std::int64_t>(magnitude);
     return true;
-}
-
-locale_t cLocale() {
-    static locale_t c = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
-    return c;
 }
 
 }  // namespace
@@ -169,7 +165,7 @@ int readIniDouble(const char* key, double& value) {
     int status = readValue(key, nullptr);
     if (status != ERROR_SUCCESS) return status;
     char* end = nullptr;
-    double parsed = strtod_l(gValue, &end, cLocale());
+    double parsed = ZEVStrtod(gValue, &end);
     if (end == gValue) return ERROR_BAD_FORMAT;
     value = parsed;
     return ERROR_SUCCESS;

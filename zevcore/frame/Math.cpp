@@ -1,4 +1,5 @@
 #include "zevcore/frame/Math.h"
+#include "zevcore/platform/Locale.h"
 
 #include <algorithm>
 #include <climits>
@@ -156,6 +157,7 @@ void set_nice_decimals(int n) {
 
 const char* nice(double x) {
     static char buffer[512];
+    CZEVClassicLocaleScope classic;
     double a = std::abs(x);
     if (a <= 0.001) {
         std::snprintf(buffer, sizeof buffer, "0");
@@ -169,6 +171,7 @@ const char* nice(double x) {
 
 const char* nice(double x, const char* suffix, int decimals) {
     static char buffer[1024];
+    CZEVClassicLocaleScope classic;
     if (decimals < 0 || decimals > 10) decimals = 3;
     double a = std::abs(x);
     if (a < 100000.0 && equal(std::trunc(a), a)) {

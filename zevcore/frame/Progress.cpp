@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "zevcore/frame/Frame.h"
 #include "zevcore/platform/Host.h"
@@ -10,7 +11,9 @@ CProgressDialogData ProgressData[4];
 
 namespace {
 
-TProgressDlg* gDialogs[4] = {nullptr, nullptr, nullptr, nullptr};
+// Never destroyed: a dialog still open at exit must not reach into a host that is already
+// gone, so the table outlives static destruction.
+std::unique_ptr<TProgressDlg> (&gDialogs)[4] = *new std::unique_ptr<TProgressDlg>[1][4];
 bool gBatch = false;
 // The host clock's time of the last poll, shared by all reports.
 std::uint64_t gLastPollMs = 0;
@@ -174,13 +177,10 @@ void StartProgressDialog(const char* title, bool canStop, bool notifyOwner, bool
     KillProgressDialog(id);
     if (!owner) owner = ZEVWindows().MainWindow();
     if (!owner) return;
-    auto* dialog = new TProgressDlg(title, canStop, notifyOwner, ownCursor, owner, id);
-    if (!dialog->Create()) {
-        delete dialog;
-        return;
-    }
-    gDialogs[id] = dialog;
+    auto dialog = std::make_unique<TProgressDlg>(title, canStop, notifyOwner, ownCursor, owner, id);
+    if (!dialog->Create()) return;
     ProgressData[id].window = dialog->Window();
+    gDialogs[id] = std::move(dialog);
 }
 
 bool UpdateProgressDialog(double fraction, const char* text, int id) {
@@ -211,13 +211,12 @@ void SetProgressDialogIncrement(double increment, int id) {
 void KillProgressDialog(int id) {
     if (gBatch || !validId(id) || !gDialogs[id]) return;
     ProgressData[id].stop = true;
-    delete gDialogs[id];  // releases the mouse and destroys the view
-    gDialogs[id] = nullptr;
+    gDialogs[id].reset();  // releases the mouse and destroys the view
     ProgressData[id].window = nullptr;
 }
 
 bool IsProgressDialogActive(int id) {
-    return !gBatch && validId(id) && gDialogs[id];
+    return !gBatch && validId(id) && gDialogs[id] != nullptr;
 }
 
 bool ProgressDialogWasCancelled(int id) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -20,8 +21,10 @@
 #include "zevcore/frame/Math.h"
 #include "zevcore/geometry/Line3D.h"
 #include "zevcore/geometry/Point3D.h"
+#include "zevcore/mesh/TriangleProcess.hpp"
 #include "zevcore/platform/Desktop.h"
 #include "zevcore/platform/Host.h"
+#include "zevcore/platform/Locale.h"
 
 // Triangle's header defines REAL, VOID and INT_PTR as macros and puts its internal types
 // (mesh, vertex, triangle, ...) in the global namespace, so it comes after everything else.
@@ -35,11 +38,16 @@ namespace {
 // region may not come near INT_MAX points.
 constexpr std::int64_t kMaxPoints = INT_MAX / 8;
 
-// Coordinates at or beyond the kernel's "big" are not geometry; Triangle's arithmetic
-// overflows or loops on them (and on NaN and infinities), so they are refused up front.
+// Coordinates Triangle cannot work with are refused up front: NaN and infinities (its
+// arithmetic loops on them), magnitudes past 1e15 (where a double no longer tells whole units
+// apart, and its circumcentres overflow or lose every digit) and subnormal numbers (its exact
+// arithmetic underflows on them). A refusal is cheaper and clearer than a failed run.
+constexpr double kMaxCoordinate = 1e15;
+
 bool usableCoordinates(const double* xy, int count) {
     for (std::int64_t i = 0; i < 2 * static_cast<std::int64_t>(count); ++i)
-        if (!(std::abs(xy[i]) < BIG)) return false;
+        if (!(std::abs(xy[i]) <= kMaxCoordinate) || std::fpclassify(xy[i]) == FP_SUBNORMAL)
+            return false;
     return true;
 }
 
@@ -242,6 +250,25 @@ constexpr int kBoundaryMarker = 1;
 constexpr int kInteriorMarker = 2;
 constexpr int kFirstHoleMarker = 3;
 
+// What Triangle said on its way out, on one line: runs of white space made one blank.
+std::string collapsedText(const char* path) {
+    std::string text;
+    if (std::FILE* file = std::fopen(path, "rb")) {
+        char buffer[4096];
+        size_t n = std::fread(buffer, 1, sizeof buffer, file);
+        std::fclose(file);
+        bool blank = true;
+        for (size_t i = 0; i < n; ++i) {
+            const bool space = std::isspace(static_cast<unsigned char>(buffer[i])) != 0;
+            if (space && !blank) text += ' ';
+            if (!space) text += buffer[i];
+            blank = space;
+        }
+        while (!text.empty() && text.back() == ' ') text.pop_back();
+    }
+    return text;
+}
+
 void showMeshingException(const char* errorText, const char* what) {
     char text[4096];
     if (errorText[0] != '\0') {
@@ -436,6 +463,10 @@ bool ZEVTriangleMesher::foldIntoOutline(double x, double y, int holeCount, int* 
 // ---------------------------------------------------------------------------------------------
 // Meshing
 
+void ZEVTriangleMesher::SetRunLimits(int cpuSeconds, std::int64_t memoryBytes) {
+    zevtriangle::setLimits(cpuSeconds, memoryBytes);
+}
+
 int ZEVTriangleMesher::mesh_it(double* boundaryIn, int boundaryCount, double* interiorIn,
                                int interiorCount, double* extra, int extraCount, int holeCount,
                                int* holeSizes, double* holePoints, double maxArea, bool conforming,
@@ -515,8 +546,12 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
                                            double* interiorIn, int interiorCount, int holeCount,
                                            int* holeSizes, double* holePoints, double maxArea,
                                            bool conforming, bool* holeIsVoid) {
+    // Triangle reads its switches with the C library, so the area is printed and read back
+    // in the C locale whatever the host has set.
+    CZEVClassicLocaleScope classic;
     // Triangle talks on standard output; the file takes it, and the host gets its output
-    // back however this ends. The file is removed only after a successful run.
+    // back however this ends. The file is removed after a run of Triangle, whatever its
+    // outcome; a refusal before the run leaves it, as the stated behaviour has it.
     const CString messageFile = ZEVMakeTempFile("Msh", "");
     StdoutToFile redirect(messageFile);
 
@@ -603,6 +638,7 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
     rec.mergeDuplicatePoints();
     const bool flat = rec.pointMarkers.size() < 3;
 
+    zevtriangle::Output result;
     if (!flat) {
         rec.in.pointlist = rec.pointList.data();
         rec.in.pointmarkerlist = rec.pointMarkers.data();
@@ -613,42 +649,62 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
         rec.in.holelist = rec.holeList.data();
         rec.in.numberofholes = numberOfHoles;
 
-        // Planar graph, zero-based, with edges, Voronoi diagram and neighbours.
-        char firstSwitches[] = "pzevn";
-        triangulate(firstSwitches, &rec.in, &rec.mid, &rec.vor);
+        // Planar graph, zero-based, with edges, Voronoi diagram and neighbours. Refinement
+        // under the area bound: q adds Triangle's default minimum angle, D makes the mesh
+        // conforming Delaunay instead; P leaves the segments out of the output. Triangle
+        // reads per-triangle areas only when the bound is not a number (an infinite area
+        // prints as "inf"); zeros there mean no bound.
+        auto work = [&rec, conforming, &areaText](zevtriangle::Output& output) {
+            char firstSwitches[] = "pzevn";
+            triangulate(firstSwitches, &rec.in, &rec.mid, &rec.vor);
+            rec.areaList.assign(static_cast<std::size_t>(std::max(rec.mid.numberoftriangles, 0)),
+                                0.0);
+            rec.mid.trianglearealist = rec.areaList.data();
+            std::string secondSwitches = std::string(conforming ? "prDzPa" : "prqzPa") + areaText;
+            triangulate(secondSwitches.data(), &rec.mid, &rec.out, nullptr);
 
-        // Refinement under the area bound: q adds Triangle's default minimum angle, D makes
-        // the mesh conforming Delaunay instead; P leaves the segments out of the output.
-        // Triangle reads per-triangle areas only when the bound is not a number (an infinite
-        // area prints as "inf"); zeros there mean no bound.
-        rec.areaList.assign(static_cast<std::size_t>(std::max(rec.mid.numberoftriangles, 0)), 0.0);
-        rec.mid.trianglearealist = rec.areaList.data();
-        std::string secondSwitches = std::string(conforming ? "prDzPa" : "prqzPa") + areaText;
-        triangulate(secondSwitches.data(), &rec.mid, &rec.out, nullptr);
+            const triangulateio& out = rec.out;
+            const auto points = static_cast<std::size_t>(std::max(out.numberofpoints, 0));
+            if (out.pointlist) output.points.assign(out.pointlist, out.pointlist + 2 * points);
+            if (out.pointmarkerlist)
+                output.pointMarkers.assign(out.pointmarkerlist, out.pointmarkerlist + points);
+            output.corners = out.numberofcorners;
+            const auto corners = static_cast<std::size_t>(std::max(out.numberofcorners, 0));
+            const auto count = static_cast<std::size_t>(std::max(out.numberoftriangles, 0));
+            if (out.trianglelist)
+                output.triangles.assign(out.trianglelist, out.trianglelist + count * corners);
+        };
+        std::string failure;
+        if (!zevtriangle::runIsolated(work, result, failure)) {
+            redirect.restore();
+            const std::string said = collapsedText(messageFile);
+            std::remove(messageFile);
+            return fail((said.empty() ? failure : said).c_str());
+        }
     }
 
-    const triangulateio& out = rec.out;
-    numberOfPoints = out.numberofpoints;
+    numberOfPoints = static_cast<int>(result.points.size() / 2);
     numberOfOutlinePoints = 0;
     if (numberOfPoints > 0) {
         const std::size_t n = 2 * static_cast<std::size_t>(numberOfPoints);
         points = new double[n];
         outlinePoints = new double[n];
-        std::copy(out.pointlist, out.pointlist + n, points);
-        for (int i = 0; out.pointmarkerlist && i < numberOfPoints; ++i) {
-            if (out.pointmarkerlist[i] != kBoundaryMarker) continue;
+        std::copy(result.points.begin(), result.points.end(), points);
+        const bool marked = result.pointMarkers.size() == static_cast<std::size_t>(numberOfPoints);
+        for (int i = 0; marked && i < numberOfPoints; ++i) {
+            if (result.pointMarkers[i] != kBoundaryMarker) continue;
             outlinePoints[2 * numberOfOutlinePoints] = points[2 * i];
             outlinePoints[2 * numberOfOutlinePoints + 1] = points[2 * i + 1];
             ++numberOfOutlinePoints;
         }
     }
-    numberOfTriangles = out.numberoftriangles;
+    const std::size_t corners = static_cast<std::size_t>(result.corners);
+    numberOfTriangles = static_cast<int>(result.triangles.size() / corners);
     if (numberOfTriangles > 0) {
-        const int corners = out.numberofcorners;
         triangles = new int[3 * static_cast<std::size_t>(numberOfTriangles)];
         for (int t = 0; t < numberOfTriangles; ++t)
             for (int c = 0; c < 3; ++c)
-                triangles[3 * t + c] = out.trianglelist[static_cast<std::size_t>(t) * corners + c];
+                triangles[3 * t + c] = result.triangles[static_cast<std::size_t>(t) * corners + c];
     }
 
     redirect.restore();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 // The triangular mesher: a planar region with holes and fixed points, meshed in triangles by
 // the Triangle library. Triangle itself stays behind the implementation; nothing here needs
 // its header.
@@ -46,6 +48,12 @@ public:
     int mesh_it(double* boundary, int boundaryCount, double* interior, int interiorCount,
                 double* extra, int extraCount, int holeCount, int* holeSizes, double* holePoints,
                 double maxArea, bool conforming, bool* holeIsVoid);
+
+    /// Triangle runs in a child process, so that its crashes, its exit() on internal errors
+    /// and runaway refinement cannot take the host down; a run past these limits fails with
+    /// its reason in `errorText`. Defaults: 120 s of processor time and 4 GiB of memory.
+    /// Values out of range keep the defaults.
+    static void SetRunLimits(int cpuSeconds, std::int64_t memoryBytes);
 
     int numberOfPoints;
     /// The result's points, x and y in turn.

@@ -15,6 +15,7 @@
 // the store whole.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -169,10 +170,17 @@ public:
     virtual LSTATUS Values(KeyId key, std::vector<ZEVStoredValue>& values) = 0;
     /// The key's last write in milliseconds since 1970; ERROR_KEY_DELETED when it is gone.
     virtual LSTATUS WriteTime(KeyId key, std::int64_t& msSinceEpoch) = 0;
+    /// Starts grouping the calls that follow into one transaction (see CZEVSettingsBatch);
+    /// batches nest. A store without transactions answers ERROR_SUCCESS and does nothing.
+    virtual LSTATUS BeginBatch();
+    /// Ends the innermost batch; the outermost commits (or, without `commit`, undoes) all.
+    virtual LSTATUS EndBatch(bool commit);
 };
 
 /// Where the default store lives: $ZEV_REGISTRY when set and not empty, else
-/// $XDG_CONFIG_HOME/ZEV/registry.db ($XDG_CONFIG_HOME defaults to ~/.config).
+/// $XDG_CONFIG_HOME/ZEV/registry.db ($XDG_CONFIG_HOME defaults to ~/.config, and ~ to the
+/// account's home folder when HOME is not set). Empty when no home folder can be found; the
+/// store then answers ERROR_BADDB.
 ZEVCORE_API CString ZEVSettingsStorePath();
 
 /// The store in use: the installed one, else the default store, opened at first use at
@@ -182,12 +190,42 @@ ZEVCORE_API IZEVSettingsStore& ZEVSettingsStore();
 /// Handles opened on one store must not be used on another.
 ZEVCORE_API IZEVSettingsStore* ZEVInstallSettingsStore(IZEVSettingsStore* store);
 
+/// The writes made through the store in use during the life of a batch are one transaction:
+/// other processes see all of them or none, and a process killed before Commit leaves none.
+/// Batches nest; only the outermost commits. A batch ended without Commit undoes its writes.
+/// While a batch is open, this process holds the store's write lock: keep batches short.
+///
+///     CZEVSettingsBatch batch;
+///     writeIniInt("Left", 10);
+///     writeIniInt("Top", 20);
+///     batch.Commit();
+class ZEVCORE_API CZEVSettingsBatch {
+public:
+    CZEVSettingsBatch();
+    ~CZEVSettingsBatch();
+    CZEVSettingsBatch(const CZEVSettingsBatch&) = delete;
+    CZEVSettingsBatch& operator=(const CZEVSettingsBatch&) = delete;
+
+    /// ERROR_SUCCESS when the batch could begin (ERROR_BUSY when the lock did not come).
+    LSTATUS Status() const { return m_status; }
+    /// Commits (the outermost batch) and answers the status; a second Commit is refused.
+    LSTATUS Commit();
+
+private:
+    IZEVSettingsStore* m_store;
+    LSTATUS m_status;
+    bool m_ended = false;
+};
+
 /// The store in a database file, shared safely by the processes that open the same file.
 /// A store whose file cannot be opened answers ERROR_BADDB to everything; a write that
 /// cannot get the file's lock before the deadline answers ERROR_BUSY and changes nothing.
+/// Reading never changes the file system: a file that does not exist reads as an empty store
+/// and is made, with its folder, by the first write; a database that is not a store is
+/// refused without being touched.
 class ZEVCORE_API CZEVFileSettingsStore : public IZEVSettingsStore {
 public:
-    /// Opens (and when needed creates, with its folder) the store at `path`.
+    /// Opens the store at `path` when the file exists.
     explicit CZEVFileSettingsStore(const char* path);
     ~CZEVFileSettingsStore() override;
     CZEVFileSettingsStore(const CZEVFileSettingsStore&) = delete;
@@ -213,8 +251,10 @@ public:
     LSTATUS SubKeys(KeyId key, std::vector<std::string>& names) override;
     LSTATUS Values(KeyId key, std::vector<ZEVStoredValue>& values) override;
     LSTATUS WriteTime(KeyId key, std::int64_t& msSinceEpoch) override;
+    LSTATUS BeginBatch() override;
+    LSTATUS EndBatch(bool commit) override;
 
 private:
     struct Impl;
-    Impl* m_impl;
+    std::unique_ptr<Impl> m_impl;
 };

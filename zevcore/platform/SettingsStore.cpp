@@ -7,13 +7,21 @@
 // - busy_timeout alone still lets SQLITE_BUSY through under a saturated write load, so the
 //   opening and every transaction are retried until one overall deadline.
 // - A read is one read transaction, so it never sees half of another process's write.
+// - A read never changes a file: a store that does not exist yet is read as an empty one kept
+//   in memory, and the file (with its folder) is made by the first write; a database that is
+//   not a store is left exactly as it was.
+// - A batch (CZEVSettingsBatch) holds one write transaction across several calls; each call
+//   in it is a savepoint, so a refused call undoes only itself.
 
+#include <pwd.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -108,28 +116,76 @@ private:
     sqlite3_stmt* m_stmt;
 };
 
+struct CloseDatabase {
+    void operator()(sqlite3* db) const { sqlite3_close(db); }
+};
+struct FinalizeStatement {
+    void operator()(sqlite3_stmt* stmt) const { sqlite3_finalize(stmt); }
+};
+using Database = std::unique_ptr<sqlite3, CloseDatabase>;
+using StatementHandle = std::unique_ptr<sqlite3_stmt, FinalizeStatement>;
+
+// A statement prepared for one use.
+StatementHandle prepareOnce(sqlite3* db, const char* sql, int& rc) {
+    sqlite3_stmt* stmt = nullptr;
+    rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+    return StatementHandle(stmt);
+}
+
+bool fileExists(const std::string& path) {
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0;
+}
+
 }  // namespace
 
 struct CZEVFileSettingsStore::Impl {
     CString path;
-    sqlite3* db = nullptr;
+    Database db;
+    bool onDisk = false;  // false while an empty store in memory stands in for a missing file
     LSTATUS openStatus = ERROR_BADDB;
     int deadlineMs = 10000;
-    std::map<const char*, sqlite3_stmt*> statements;
+    int batchDepth = 0;
+    // Destroyed before `db`, as the database must outlive its statements.
+    std::map<const char*, StatementHandle> statements;
     std::minstd_rand random{static_cast<unsigned>(nowMsSinceEpoch())};
 
-    ~Impl() {
-        for (auto& entry : statements) sqlite3_finalize(entry.second);
-        if (db) sqlite3_close(db);
-    }
+    ~Impl() { statements.clear(); }
 
     Statement prepare(const char* sql) {
-        sqlite3_stmt*& stmt = statements[sql];
-        if (!stmt) sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr);
-        return Statement(stmt);
+        StatementHandle& stmt = statements[sql];
+        if (!stmt) {
+            sqlite3_stmt* made = nullptr;
+            sqlite3_prepare_v3(db.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr);
+            stmt.reset(made);
+        }
+        return Statement(stmt.get());
     }
 
-    int exec(const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr); }
+    int exec(const char* sql) { return sqlite3_exec(db.get(), sql, nullptr, nullptr, nullptr); }
+
+    /// Makes sure a database is there to answer: the file when it exists or `forWrite` asks
+    /// for it, else an empty store in memory. Answers the open status.
+    LSTATUS connect(bool forWrite) {
+        if (onDisk) return openStatus;
+        if (path.IsEmpty()) return openStatus = ERROR_BADDB;
+        if (!forWrite && !fileExists(path.str())) {
+            if (!db) openInMemory();
+            return openStatus;
+        }
+        statements.clear();
+        db.reset();
+        onDisk = true;
+        open();
+        return openStatus;
+    }
+
+    void openInMemory() {
+        sqlite3* made = nullptr;
+        int rc = sqlite3_open_v2(":memory:", &made, SQLITE_OPEN_READWRITE, nullptr);
+        db.reset(made);
+        openStatus = rc == SQLITE_OK && exec(kSchema) == SQLITE_OK ? ERROR_SUCCESS : ERROR_BADDB;
+    }
 
     // A short, growing, jittered pause so that waiting writers do not wake in step.
     void pause(int attempt) {
@@ -142,7 +198,8 @@ struct CZEVFileSettingsStore::Impl {
     /// sets the status to answer; a write whose status is not success is rolled back.
     template <typename Body>
     LSTATUS transact(bool write, Body body) {
-        if (openStatus != ERROR_SUCCESS) return openStatus;
+        if (connect(write || batchDepth > 0) != ERROR_SUCCESS) return openStatus;
+        if (batchDepth > 0) return inBatch(write, body);
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
         for (int attempt = 0;; ++attempt) {
@@ -152,7 +209,7 @@ struct CZEVFileSettingsStore::Impl {
                 rc = body(status);
                 if (rc == SQLITE_OK && (status == ERROR_SUCCESS || !write)) rc = exec("COMMIT");
             }
-            if (!sqlite3_get_autocommit(db)) exec("ROLLBACK");
+            if (!sqlite3_get_autocommit(db.get())) exec("ROLLBACK");
             if (rc == SQLITE_OK) return status;
             if (!isBusy(rc)) return write ? ERROR_CANTWRITE : ERROR_BADDB;
             if (std::chrono::steady_clock::now() >= deadline) return ERROR_BUSY;
@@ -160,15 +217,58 @@ struct CZEVFileSettingsStore::Impl {
         }
     }
 
+    // Inside a batch's transaction: the call is a savepoint of its own, released when it
+    // succeeds and undone when it does not.
+    template <typename Body>
+    LSTATUS inBatch(bool write, Body body) {
+        LSTATUS status = ERROR_SUCCESS;
+        int rc = exec("SAVEPOINT call");
+        if (rc == SQLITE_OK) rc = body(status);
+        if (rc != SQLITE_OK || (write && status != ERROR_SUCCESS)) exec("ROLLBACK TO call");
+        exec("RELEASE call");
+        if (rc == SQLITE_OK) return status;
+        return write ? ERROR_CANTWRITE : ERROR_BADDB;
+    }
+
+    LSTATUS beginBatch() {
+        if (batchDepth > 0) {
+            ++batchDepth;
+            return ERROR_SUCCESS;
+        }
+        if (connect(true) != ERROR_SUCCESS) return openStatus;
+        const auto deadline =
+            std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
+        for (int attempt = 0;; ++attempt) {
+            int rc = exec("BEGIN IMMEDIATE");
+            if (rc == SQLITE_OK) {
+                batchDepth = 1;
+                return ERROR_SUCCESS;
+            }
+            if (!isBusy(rc)) return ERROR_CANTWRITE;
+            if (std::chrono::steady_clock::now() >= deadline) return ERROR_BUSY;
+            pause(attempt);
+        }
+    }
+
+    LSTATUS endBatch(bool commit) {
+        if (batchDepth == 0) return ERROR_INVALID_PARAMETER;
+        if (--batchDepth > 0) return ERROR_SUCCESS;
+        int rc = exec(commit ? "COMMIT" : "ROLLBACK");
+        if (!sqlite3_get_autocommit(db.get())) exec("ROLLBACK");
+        return rc == SQLITE_OK ? ERROR_SUCCESS : ERROR_CANTWRITE;
+    }
+
     /// Opens the file and makes sure it holds a store, retrying while it is busy.
     void open() {
         std::string file = path.str();
         makeParentFolders(file);
-        if (sqlite3_open_v2(file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                            nullptr) != SQLITE_OK)
-            return;
-        sqlite3_busy_timeout(db, kBusyTimeoutMs);
-        sqlite3_extended_result_codes(db, 0);
+        sqlite3* made = nullptr;
+        int opened = sqlite3_open_v2(file.c_str(), &made,
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        db.reset(made);
+        if (opened != SQLITE_OK) return;
+        sqlite3_busy_timeout(db.get(), kBusyTimeoutMs);
+        sqlite3_extended_result_codes(db.get(), 0);
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
         for (int attempt = 0;; ++attempt) {
@@ -186,30 +286,28 @@ struct CZEVFileSettingsStore::Impl {
     }
 
     int pragmaInt(const char* sql, std::int64_t& value) {
-        sqlite3_stmt* stmt = nullptr;
-        int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+        int rc = SQLITE_OK;
+        StatementHandle stmt = prepareOnce(db.get(), sql, rc);
         if (rc == SQLITE_OK) {
-            rc = sqlite3_step(stmt);
+            rc = sqlite3_step(stmt.get());
             if (rc == SQLITE_ROW) {
-                value = sqlite3_column_int64(stmt, 0);
+                value = sqlite3_column_int64(stmt.get(), 0);
                 rc = SQLITE_OK;
             } else if (rc == SQLITE_DONE) {
                 rc = SQLITE_ERROR;
             }
         }
-        sqlite3_finalize(stmt);
         return rc;
     }
 
     int journalIsWal(bool& wal) {
-        sqlite3_stmt* stmt = nullptr;
-        int rc = sqlite3_prepare_v2(db, "PRAGMA journal_mode", -1, &stmt, nullptr);
-        if (rc == SQLITE_OK && (rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-            const unsigned char* mode = sqlite3_column_text(stmt, 0);
+        int rc = SQLITE_OK;
+        StatementHandle stmt = prepareOnce(db.get(), "PRAGMA journal_mode", rc);
+        if (rc == SQLITE_OK && (rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+            const unsigned char* mode = sqlite3_column_text(stmt.get(), 0);
             wal = mode && std::string(reinterpret_cast<const char*>(mode)) == "wal";
             rc = SQLITE_OK;
         }
-        sqlite3_finalize(stmt);
         return rc;
     }
 
@@ -223,8 +321,11 @@ struct CZEVFileSettingsStore::Impl {
         if (rc == SQLITE_OK) rc = pragmaInt("PRAGMA application_id", appId);
         if (rc == SQLITE_OK) rc = pragmaInt("SELECT count(*) FROM sqlite_master", objects);
         if (rc == SQLITE_OK) rc = exec("COMMIT");
-        if (!sqlite3_get_autocommit(db)) exec("ROLLBACK");
+        if (!sqlite3_get_autocommit(db.get())) exec("ROLLBACK");
         if (rc != SQLITE_OK) return rc;
+        const bool ours = version == kSchemaVersion && appId == kApplicationId;
+        // Somebody else's database: refused before anything could change it.
+        if (!ours && (objects != 0 || version != 0 || appId != 0)) return SQLITE_NOTADB;
         bool wal = false;
         if ((rc = journalIsWal(wal)) != SQLITE_OK) return rc;
         if (!wal) {
@@ -235,14 +336,13 @@ struct CZEVFileSettingsStore::Impl {
         }
         // Every commit reaches the disk before it is acknowledged (see docs/settings-store.md).
         if ((rc = exec("PRAGMA synchronous=FULL")) != SQLITE_OK) return rc;
-        if (version == kSchemaVersion && appId == kApplicationId) return SQLITE_OK;
-        if (objects != 0 || version != 0) return SQLITE_NOTADB;  // somebody else's database
+        if (ours) return SQLITE_OK;
         if ((rc = exec("BEGIN IMMEDIATE")) != SQLITE_OK) return rc;
         // Another process may have set the file up while this one waited for the lock.
         rc = pragmaInt("PRAGMA user_version", version);
         if (rc == SQLITE_OK && version == 0) rc = exec(kSchema);
         if (rc == SQLITE_OK) rc = exec("COMMIT");
-        if (!sqlite3_get_autocommit(db)) exec("ROLLBACK");
+        if (!sqlite3_get_autocommit(db.get())) exec("ROLLBACK");
         return rc;
     }
 
@@ -297,7 +397,7 @@ struct CZEVFileSettingsStore::Impl {
                     "INSERT INTO keys(parent, name, fold, written) VALUES (?1, ?2, ?3, ?4)");
                 s.bind(1, key).bind(2, part).bind(3, fold(part)).bind(4, nowMsSinceEpoch());
                 if ((rc = s.step()) != SQLITE_DONE) return rc;
-                child = sqlite3_last_insert_rowid(db);
+                child = sqlite3_last_insert_rowid(db.get());
                 created = true;
             } else {
                 created = false;
@@ -310,13 +410,23 @@ struct CZEVFileSettingsStore::Impl {
 
 IZEVSettingsStore::~IZEVSettingsStore() = default;
 
-CZEVFileSettingsStore::CZEVFileSettingsStore(const char* path) : m_impl(new Impl) {
+CZEVFileSettingsStore::CZEVFileSettingsStore(const char* path) : m_impl(std::make_unique<Impl>()) {
     m_impl->path = path ? path : "";
-    if (!m_impl->path.IsEmpty()) m_impl->open();
+    m_impl->connect(false);
 }
 
 CZEVFileSettingsStore::~CZEVFileSettingsStore() {
-    delete m_impl;
+    if (m_impl->batchDepth > 0) {
+        m_impl->batchDepth = 1;
+        m_impl->endBatch(false);
+    }
+}
+
+LSTATUS CZEVFileSettingsStore::BeginBatch() {
+    return m_impl->beginBatch();
+}
+LSTATUS CZEVFileSettingsStore::EndBatch(bool commit) {
+    return m_impl->endBatch(commit);
 }
 
 LSTATUS CZEVFileSettingsStore::OpenStatus() const {
@@ -335,15 +445,14 @@ bool CZEVFileSettingsStore::CheckIntegrity(std::string& report) {
         report = "not open";
         return false;
     }
-    sqlite3_stmt* stmt = nullptr;
-    int rc = sqlite3_prepare_v2(m_impl->db, "PRAGMA integrity_check", -1, &stmt, nullptr);
-    while (rc == SQLITE_OK && sqlite3_step(stmt) == SQLITE_ROW) {
-        const unsigned char* line = sqlite3_column_text(stmt, 0);
+    int rc = SQLITE_OK;
+    StatementHandle stmt = prepareOnce(m_impl->db.get(), "PRAGMA integrity_check", rc);
+    while (rc == SQLITE_OK && sqlite3_step(stmt.get()) == SQLITE_ROW) {
+        const unsigned char* line = sqlite3_column_text(stmt.get(), 0);
         if (!report.empty()) report += '\n';
         report += line ? reinterpret_cast<const char*>(line) : "";
     }
-    if (rc != SQLITE_OK) report = sqlite3_errmsg(m_impl->db);
-    sqlite3_finalize(stmt);
+    if (rc != SQLITE_OK) report = sqlite3_errmsg(m_impl->db.get());
     return report == "ok";
 }
 
@@ -412,7 +521,7 @@ LSTATUS CZEVFileSettingsStore::DeleteValue(KeyId key, const std::string& name) {
         Statement s = m_impl->prepare("DELETE FROM vals WHERE key = ?1 AND fold = ?2");
         s.bind(1, key).bind(2, fold(name));
         if ((rc = s.step()) != SQLITE_DONE) return rc;
-        if (sqlite3_changes(m_impl->db) == 0) {
+        if (sqlite3_changes(m_impl->db.get()) == 0) {
             st = ERROR_FILE_NOT_FOUND;
             return SQLITE_OK;
         }
@@ -506,14 +615,42 @@ CString ZEVSettingsStorePath() {
     if (config && *config == '/') {
         base = config;
     } else {
+        // Without HOME, the home folder of the account, as login would have set it.
         const char* home = std::getenv("HOME");
-        base = std::string(home ? home : "") + "/.config";
+        if (!home || *home != '/') {
+            const passwd* account = getpwuid(getuid());
+            home =
+                account && account->pw_dir && *account->pw_dir == '/' ? account->pw_dir : nullptr;
+        }
+        if (!home) return CString();
+        base = std::string(home) + "/.config";
     }
     return CString(base + "/ZEV/registry.db");
 }
 
 namespace {
 IZEVSettingsStore* gInstalledStore = nullptr;
+}
+
+LSTATUS IZEVSettingsStore::BeginBatch() {
+    return ERROR_SUCCESS;
+}
+LSTATUS IZEVSettingsStore::EndBatch(bool) {
+    return ERROR_SUCCESS;
+}
+
+CZEVSettingsBatch::CZEVSettingsBatch() : m_store(&ZEVSettingsStore()) {
+    m_status = m_store->BeginBatch();
+}
+
+CZEVSettingsBatch::~CZEVSettingsBatch() {
+    if (!m_ended && m_status == ERROR_SUCCESS) m_store->EndBatch(false);
+}
+
+LSTATUS CZEVSettingsBatch::Commit() {
+    if (m_ended || m_status != ERROR_SUCCESS) return m_ended ? ERROR_INVALID_PARAMETER : m_status;
+    m_ended = true;
+    return m_store->EndBatch(true);
 }
 
 IZEVSettingsStore& ZEVSettingsStore() {

@@ -1,4 +1,5 @@
 #include "zevcore/platform/String.h"
+#include "zevcore/platform/Locale.h"
 
 #include <algorithm>
 #include <cctype>
@@ -101,6 +102,8 @@ void CString::FormatV(const char* format, va_list args) {
         m_text.clear();
         return;
     }
+    // Numbers in every formatted text read the same whatever the host's locale.
+    CZEVClassicLocaleScope classic;
     va_list copy;
     va_copy(copy, args);
     int needed = std::vsnprintf(nullptr, 0, format, copy);

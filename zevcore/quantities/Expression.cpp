@@ -1,4 +1,5 @@
 #include "zevcore/quantities/Expression.h"
+#include "zevcore/platform/Locale.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,14 +7,20 @@
 #include <cstdlib>
 #include <cstring>
 
-int CExpression::sError = 0;
+int CExpression::sError = kNoError;
 
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
 // ASCII only: the parser must not depend on the locale or on the sign of char.
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isNumberChar(char c) { return isDigit(c) || c == '.'; }
+bool isLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+bool isNumberChar(char c) {
+    return isDigit(c) || c == '.';
+}
 
 struct FunctionName {
     const char* name;
@@ -21,8 +28,8 @@ struct FunctionName {
 };
 
 constexpr FunctionName kFunctions[] = {
-    {"SIN", CExpression::kSin},   {"COS", CExpression::kCos},     {"EXP", CExpression::kExp},
-    {"SQRT", CExpression::kSqrt}, {"LOG", CExpression::kLog},     {"TAN", CExpression::kTan},
+    {"SIN", CExpression::kSin},     {"COS", CExpression::kCos},   {"EXP", CExpression::kExp},
+    {"SQRT", CExpression::kSqrt},   {"LOG", CExpression::kLog},   {"TAN", CExpression::kTan},
     {"COTAN", CExpression::kCotan}, {"ASIN", CExpression::kAsin}, {"ACOS", CExpression::kAcos},
     {"ATAN", CExpression::kAtan},
 };
@@ -38,7 +45,7 @@ double leadingNumber(const char* first, const char* last) {
         // from_chars leaves the value alone on overflow and underflow; atof gives the
         // infinity or the zero of the right sign, and so does strtod.
         std::string copy(first, end);
-        value = std::strtod(copy.c_str(), nullptr);
+        value = ZEVStrtod(copy.c_str(), nullptr);
     } else if (error != std::errc()) {
         value = 0.0;
     }
@@ -48,12 +55,13 @@ double leadingNumber(const char* first, const char* last) {
 }  // namespace
 
 CValue::~CValue() = default;
-double CValue::GetValue() { return 0.0; }
+double CValue::GetValue() {
+    return 0.0;
+}
 void CValue::UpdateValue() {}
 
 CNumericValue::CNumericValue(const CNumericValue& other)
-    : CValue(other),
-      m_value(other.m_value ? std::make_unique<double>(*other.m_value) : nullptr) {}
+    : CValue(other), m_value(other.m_value ? std::make_unique<double>(*other.m_value) : nullptr) {}
 
 CNumericValue& CNumericValue::operator=(const CNumericValue& other) {
     if (this != &other)
@@ -63,9 +71,13 @@ CNumericValue& CNumericValue::operator=(const CNumericValue& other) {
 
 CNumericValue::~CNumericValue() = default;
 
-void CNumericValue::SetValue(double value) { m_value = std::make_unique<double>(value); }
+void CNumericValue::SetValue(double value) {
+    m_value = std::make_unique<double>(value);
+}
 
-double CNumericValue::GetValue() { return m_value ? *m_value : 0.0; }
+double CNumericValue::GetValue() {
+    return m_value ? *m_value : 0.0;
+}
 
 namespace {
 std::uint64_t nextTableVersion() {
@@ -131,7 +143,9 @@ CExpression& CExpression::operator=(const CExpression& other) {
     return *this;
 }
 
-CExpression::~CExpression() { elibmem(m_tree); }
+CExpression::~CExpression() {
+    elibmem(m_tree);
+}
 
 int CExpression::ChangeExpression(const CString& text) {
     m_text.assign(text.str());
@@ -151,13 +165,15 @@ int CExpression::UpdateArbore() {
 }
 
 int CExpression::Value(double& result) {
-    sError = 0;
+    sError = kNoError;
     if (!m_tree) return -1;
     result = vexp(m_tree);
     return sError;
 }
 
-CExpression::nod* CExpression::CloneTree() const { return clone(m_tree); }
+CExpression::nod* CExpression::CloneTree() const {
+    return clone(m_tree);
+}
 
 char CExpression::at(int position) const {
     // The sentinels end every stored text, so the parser never asks past them; the bound
@@ -211,10 +227,18 @@ CExpression::nod* CExpression::binaryLevel(nod* (CExpression::*next)(), char op1
     return tree;
 }
 
-CExpression::nod* CExpression::expresie() { return binaryLevel(&CExpression::termen, '+', '-'); }
-CExpression::nod* CExpression::termen() { return binaryLevel(&CExpression::putere, '*', '/'); }
-CExpression::nod* CExpression::putere() { return binaryLevel(&CExpression::logicalOp, '^', '^'); }
-CExpression::nod* CExpression::logicalOp() { return binaryLevel(&CExpression::sgOp, '<', '>'); }
+CExpression::nod* CExpression::expresie() {
+    return binaryLevel(&CExpression::termen, '+', '-');
+}
+CExpression::nod* CExpression::termen() {
+    return binaryLevel(&CExpression::putere, '*', '/');
+}
+CExpression::nod* CExpression::putere() {
+    return binaryLevel(&CExpression::logicalOp, '^', '^');
+}
+CExpression::nod* CExpression::logicalOp() {
+    return binaryLevel(&CExpression::sgOp, '<', '>');
+}
 
 CExpression::nod* CExpression::sgOp() {
     if (at(m_position) != '!') return factor();
@@ -334,7 +358,7 @@ void CExpression::elibmem(nod*& node) {
 
 double CExpression::vexp(const nod* node) const {
     if (!node || node->operation == 0) {
-        sError = 10;
+        sError = kMissingOperand;
         return 0.0;
     }
     switch (node->operation) {
@@ -352,7 +376,7 @@ double CExpression::vexp(const nod* node) const {
                 node->cachedValue = value;
             }
             if (node->cachedValue) return node->cachedValue->GetValue();
-            sError = 3;
+            sError = kUnknownVariable;
             return 0.0;
         }
         case '!':
@@ -379,7 +403,7 @@ double CExpression::vexp(const nod* node) const {
         case kLog: {
             double x = vexp(node->left);
             if (node->operation == kSqrt ? x < 0.0 : x <= 0.0) {
-                sError = 4;
+                sError = kOutsideDomain;
                 return 0.0;
             }
             return node->operation == kSqrt ? std::sqrt(x) : std::log(x);
@@ -400,7 +424,7 @@ double CExpression::vexp(const nod* node) const {
             return left * right;
         case '/':
             if (right == 0.0) {
-                sError = 1;
+                sError = kDivisionByZero;
                 return left / -0.001;
             }
             return left / right;
@@ -413,7 +437,7 @@ double CExpression::vexp(const nod* node) const {
         case kScaled:
             return left * std::pow(10.0, right);
         default:
-            sError = 10;
+            sError = kMissingOperand;
             return 0.0;
     }
 }

@@ -131,6 +131,13 @@ public:
     static constexpr int kMaxDepth = 4000;
     static constexpr int kMaxNesting = 200;
 
+    /// The error codes of Value(); the numbers are part of the interface.
+    static constexpr int kNoError = 0;
+    static constexpr int kDivisionByZero = 1;
+    static constexpr int kUnknownVariable = 3;
+    static constexpr int kOutsideDomain = 4;
+    static constexpr int kMissingOperand = 10;
+
     CExpression() = default;
     explicit CExpression(CValueMap* variables) : m_variables(variables) {}
     /// Copies take the text and the table pointer, start at position 0, and own a deep copy

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "zevcore/platform/Registry.h"
 #include "zevcore/quantities/UnitsInternal.hpp"
 
 namespace Units {
@@ -94,6 +95,8 @@ void readStyles() {
 
 void detail::saveStyles() {
     const SUnitState& s = state();
+    // Another process reads the styles whole or not at all, and a kill leaves the old ones.
+    CZEVSettingsBatch batch;
     beginSettings();
     char key[32];
     writeSetting("Style", s.style);
@@ -112,9 +115,12 @@ void detail::saveStyles() {
             writeSetting(key, s.table[style][c]);
         }
     }
+    batch.Commit();
 }
 
-void resetStyles() { state() = detail::builtInState(); }
+void resetStyles() {
+    state() = detail::builtInState();
+}
 
 void setStyle(ETUnitStyle s, bool save) {
     state().style = s;

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "zevcore/frame/Math.h"
+#include "zevcore/platform/Locale.h"
 #include "zevcore/quantities/Expression.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/quantities/UnitsInternal.hpp"
@@ -59,7 +60,7 @@ int scanText(const char* in, const char* format, void* const* fields) {
                 if (!(std::isdigit(static_cast<unsigned char>(*digits)) || *digits == '.') ||
                     (digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')))
                     return stored;
-                double v = std::strtod(in, &end);
+                double v = ZEVStrtod(in, &end);
                 if (end == in) return stored;
                 *static_cast<double*>(fields[stored++]) = v;
             }
@@ -231,7 +232,10 @@ double parseRange(ETUnit u, const CString& text, double lo, double hi) {
             unit = currentUnit(u);
         } else if (!exprOk) {
             if (!isNumber)
-                return fail(UNIT_BAD_VALUE, exprError == 1 ? kDivideByZero : kUnrecognized, value);
+                return fail(
+                    UNIT_BAD_VALUE,
+                    exprError == CExpression::kDivisionByZero ? kDivideByZero : kUnrecognized,
+                    value);
             scanNumber(work, value);
         }
         value = internalValue(u, value, unit);

@@ -132,13 +132,11 @@ TEST(MeshIo, QualityOfKnownElements) {
 }
 
 TEST(MeshIo, WritesGmshAndSvg) {
-    zevtest::TempDir dir;
     Mesh mesh;
     mesh.nodes = {{0, 0}, {1, 0}, {1, 1}, {0, 1}, {2, 0}};
     mesh.elements.push_back({4, {0, 1, 2, 3}});
     mesh.elements.push_back({3, {1, 4, 2, -1}});
-    writeMsh(dir.file("m.msh"), mesh);
-    EXPECT_EQ(zevtest::readFile(dir.file("m.msh")),
+    EXPECT_EQ(mshText(mesh),
               "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n"
               "$Nodes\n5\n1 0 0 0\n2 1 0 0\n3 1 1 0\n4 0 1 0\n5 2 0 0\n$EndNodes\n"
               "$Elements\n2\n1 3 2 1 1 1 2 3 4\n2 2 2 1 1 2 5 3\n$EndElements\n");
@@ -146,12 +144,9 @@ TEST(MeshIo, WritesGmshAndSvg) {
     Region region;
     region.loops = {{{0, 0}, {2, 0}, {1, 1}, {0, 1}}};
     region.interiorPoints = {{0.5, 0.5}};
-    writeSvg(dir.file("m.svg"), region, mesh);
-    std::string svg = zevtest::readFile(dir.file("m.svg"));
+    std::string svg = svgText(region, mesh);
     EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
     EXPECT_NE(svg.find("</svg>"), std::string::npos);
     EXPECT_EQ(std::count(svg.begin(), svg.end(), '\n') > 5, true);
     EXPECT_NE(svg.find("<circle"), std::string::npos);
-
-    EXPECT_THROW(writeMsh(dir.file("missing/m.msh"), mesh), std::runtime_error);
 }
