@@ -348,3 +348,43 @@ TEST(PaverModel, TheDebugSwitchChecksEveryStepOfARun) {
 
 }  // namespace
 }  // namespace paver_test
+
+namespace paver_test {
+namespace {
+
+double elementArea(const Paver::CMeshModel& model) {
+    double sum = 0.0;
+    for (const Quad* q : model.quads) sum += signedArea(q);
+    return sum;
+}
+
+// Default mode removes one concave element and so opens its area; extended mode repairs
+// instead, closes every front and goes past the caps that stop a default run near 2,000
+// elements. (Boundary nodes stand on float-stepped positions, hence the tolerance.)
+TEST(PaverModel, ExtendedModeCoversWhatTheDefaultLeavesOpen) {
+    struct Case {
+        int shape;
+        double size, regionArea;
+    };
+    for (const Case& c : {Case{4, 0.5, 16.0}, Case{1, 0.5, 112.0 / 3.0}}) {
+        Paver::CMeshModel plain, extended;
+        plain.DrawShape(c.shape);
+        extended.DrawShape(c.shape);
+        extended.SetExtended(true);
+        plain.Mesh(1, c.size, 0, false);
+        ASSERT_TRUE(extended.Mesh(1, c.size, 0, false));
+        EXPECT_LT(elementArea(plain), c.regionArea - 0.01) << c.shape;
+        EXPECT_NEAR(elementArea(extended), c.regionArea, 1e-5) << c.shape;
+        EXPECT_TRUE(extended.fronts.empty());
+    }
+    Paver::CMeshModel fine;
+    fine.DrawShape1();
+    fine.SetExtended(true);
+    EXPECT_TRUE(fine.Mesh(1, 0.1, 0, false));
+    EXPECT_GT(fine.NumQuads(), 4000);
+    EXPECT_TRUE(fine.fronts.empty());
+    EXPECT_NEAR(elementArea(fine), 112.0 / 3.0, 1e-5);
+}
+
+}  // namespace
+}  // namespace paver_test

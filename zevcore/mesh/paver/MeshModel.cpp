@@ -453,7 +453,7 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
 
 void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& rowCounter) {
     for (;;) {
-        if (rowCounter++ >= 100) return;
+        if (rowCounter++ >= m_rowCap) return;
         if (!FindRow(def, list)) return;
         AddRow(def, list);
         checkpoint("AddRow");
@@ -501,10 +501,13 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     // The limit was only a range check: no loop below reads iterationLimit, so CancelMeshing
     // cannot stop a run.
     iterationLimit = 100;
+    setCaps(size);
+    m_movable.clear();
+    m_movableSeen = 0;
 
     int pass = 0;
     auto current = fronts.begin();
-    while (!fronts.empty() && pass++ < 20) {
+    while (!fronts.empty() && pass++ < m_passCap) {
         BoundaryDefinition def;
         int rowCounter = 0;
         MeshVertexList& list = *current;
@@ -531,6 +534,13 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         }
     }
 
+    if (m_extended) {
+        // Whatever the caps left open is closed round its centre.
+        while (!fronts.empty()) {
+            closeByFan(fronts.front());
+            checkpoint("closeByFan");
+        }
+    }
     putUpMessage("Smoothing the mesh...");
     SmoothInterior();
     SmoothInterior();
@@ -555,7 +565,53 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         putUpMessage("(A coarser or finer mesh may avoid this issue.)\r\n");
     }
     ZEVCursor().EndWaitCursor();
-    return pass < 20;
+    return pass < m_passCap;
+}
+
+}  // namespace Paver
+
+// ---------------------------------------------------------------------------------------------
+// Extended mode
+
+namespace Paver {
+
+void CMeshModel::setCaps(double size) {
+    m_rowCap = 100;
+    m_passCap = 20;
+    if (!m_extended) return;
+    // Elements the region needs at the size asked (or at the smaller size a narrow gap
+    // between boundaries forces), from the area of the boundaries.
+    double area = 0.0, smallest = size;
+    for (const auto& boundary : boundaries)
+        for (const CLine2D& line : boundary) {
+            area += line.start.x * line.end.y - line.end.x * line.start.y;
+            smallest = std::min(smallest, line.maxElementSize);
+        }
+    double wanted = std::fabs(0.5 * area) / (smallest * smallest);
+    if (!std::isfinite(wanted)) wanted = 0.0;
+    wanted = std::min(wanted, 1e8);
+    // A row step lays at least one element, and a pass works on one front; fronts split, so
+    // passes are allowed generously too. Both stay caps: every run ends.
+    m_rowCap = std::max(100, static_cast<int>(2.0 * wanted) + 100);
+    m_passCap = std::max(20, static_cast<int>(wanted / 4.0) + 20);
+}
+
+void CMeshModel::closeByFan(MeshVertexList list) {
+    const int n = FrontSize(list);
+    if (n >= 4 && n % 2 == 0) {
+        // An even front becomes n/2 elements, each on two front edges and its centre.
+        CPoint2D centre(0.0, 0.0);
+        MeshVertex* v = list.head;
+        for (int i = 0; i < n; ++i, v = v->next) centre += v->point;
+        MeshVertex* c = NewVertex(centre / static_cast<double>(n));
+        vertices.push_back(c);
+        v = list.head;
+        for (int i = 0; i < n; i += 2, v = v->next->next)
+            quads.push_back(NewQuad(v, v->next, v->next->next, c));
+        fronts.remove(list);
+        return;
+    }
+    RemoveBoundary(list);  // four, six, or odd: the stated closures
 }
 
 }  // namespace Paver

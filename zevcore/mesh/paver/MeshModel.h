@@ -203,6 +203,13 @@ public:
     /// concave.
     static bool IsConcave(CPoint2D a, CPoint2D b, CPoint2D c, CPoint2D d);
 
+    /// Extended mode, off by default: the caps on row steps and passes grow with the number
+    /// of elements the region needs at the size asked, interior smoothing visits only nodes
+    /// that can still move, concave elements are repaired rather than left, and a front the
+    /// caps leave open is closed by a fan round its centre. Off, Mesh runs exactly as stated.
+    void SetExtended(bool on) { m_extended = on; }
+    bool IsExtended() const { return m_extended; }
+
     /// True when the invariants at the top of this header hold.
     bool IsValid() const { return ValidityProblem().empty(); }
     /// The first invariant found broken, in words; empty when all hold.
@@ -299,6 +306,15 @@ private:
     bool m_referenceSmoothing = false;
     bool m_referenceIntersection = false;
     bool m_checkInvariants = false;
+    bool m_extended = false;
+    int m_rowCap = 100;
+    int m_passCap = 20;
+    /// Extended mode: interior nodes that may still move, in the order of `vertices`, and
+    /// how much of `vertices` has been looked at for them.
+    std::vector<MeshVertex*> m_movable;
+    size_t m_movableSeen = 0;
+    void setCaps(double size);
+    void closeByFan(MeshVertexList list);
     std::string m_firstInvalidStep;
 };
 

@@ -117,7 +117,18 @@ void CMeshModel::SmoothInterior() {
         v->isFixed = true;
     });
 
-    for (MeshVertex* v : vertices) {
+    // Extended mode keeps a list of the nodes that may still move, so that a pass costs what
+    // moves rather than the whole mesh; a node that reached the count leaves the list (its
+    // count then stops rising, the one difference).
+    std::vector<MeshVertex*>* pool = &vertices;
+    if (m_extended) {
+        for (; m_movableSeen < vertices.size(); ++m_movableSeen)
+            if (!vertices[m_movableSeen]->isShapeBoundary)
+                m_movable.push_back(vertices[m_movableSeen]);
+        std::erase_if(m_movable, [](const MeshVertex* v) { return v->smoothCount >= 51; });
+        pool = &m_movable;
+    }
+    for (MeshVertex* v : *pool) {
         if (v->isFixed || v->isShapeBoundary) continue;
         if (v->smoothCount++ >= 51) continue;
         CVector2D T(0.0f, 0.0f);
@@ -159,6 +170,12 @@ void CMeshModel::RemoveQuad(Quad* q) {
 }
 
 void CMeshModel::CleanupMesh() {
+    // Extended mode repairs concave elements by moving a free corner before anything is
+    // removed, so that no removal opens a hole.
+    if (m_extended) {
+        for (int round = 0; round < 5 && FixConcaveQuads() > 0; ++round) {
+        }
+    }
     // Phase 1: dissolve the first flat node held by exactly two elements.
     for (Quad* q : quads) {
         CVector2D e[4];
@@ -182,6 +199,9 @@ void CMeshModel::CleanupMesh() {
         RemoveQuad(other);
         break;
     }
+
+    // Extended mode never removes an element: a removal would leave its area uncovered.
+    if (m_extended) return;
 
     // Phase 2: the list of concave elements is never emptied, so only the first one found is
     // removed; a second keeps the warning coming until the cap of 100 rounds. Nothing changes
