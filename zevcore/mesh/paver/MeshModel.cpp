@@ -382,7 +382,7 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
 
         auto makeVertex = [this](const CPoint2D& p) {
             MeshVertex* v = NewVertex(p);
-            v->nodeClass = 5;
+            v->nodeClass = kUnclassified;
             v->interiorAngle = 0.0;
             v->isFixed = true;
             v->isShapeBoundary = true;

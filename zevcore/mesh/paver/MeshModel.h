@@ -47,13 +47,34 @@ namespace Paver {
 
 struct Quad;
 
+/// Angle classes of a front node (MeshVertex::nodeClass), by its interior angle.
+enum NodeClass : int {
+    kRightAngleNode = 0,  ///< exactly 90 degrees
+    kEndNode = 1,         ///< up to 108 degrees: a row ends here
+    kSideNode = 2,        ///< up to 198 degrees: the row runs on
+    kCornerNode = 3,      ///< up to 288 degrees: the row turns round the node
+    kReversalNode = 4,    ///< up to 360 degrees: the row turns back
+    kUnclassified = 5,    ///< beyond, and a new node
+};
+
+/// Where FindRow lays the next row (BoundaryDefinition::kind).
+enum RowKind : int {
+    kRowAtRightAngle = 0,        ///< at the one right-angled node
+    kRowBetweenRightAngles = 1,  ///< from the first right-angled node to the second
+    kRowBetweenEnds = 2,         ///< from the first end (or right-angled) node to the second
+    kRowAtEnd = 3,               ///< at the one end node
+    kRowAtSharpestSide = 4,      ///< no ends nor corners: across the sharpest node
+    kRowAtSmallestAngle = 5,     ///< at the smallest angle that is no corner or reversal
+    kNoRow = 6,                  ///< nothing found
+};
+
 /// One mesh node, and at the same time a link of a circular front.
 struct ZEVCORE_API MeshVertex {
     MeshVertex* next = nullptr;
     MeshVertex* prev = nullptr;
     CPoint2D point;
-    /// Angle class 0 to 5; 5 until the node is classified.
-    int nodeClass = 5;
+    /// Angle class (NodeClass); kUnclassified until the node is classified.
+    int nodeClass = kUnclassified;
     /// Interior angle in radians, measured counter-clockwise from the edge to next to the
     /// edge to prev.
     double interiorAngle = 0.0;
@@ -130,7 +151,8 @@ struct ZEVCORE_API Quad {
 struct ZEVCORE_API BoundaryDefinition {
     MeshVertex* first = nullptr;
     MeshVertex* last = nullptr;
-    int kind = 6;
+    /// A RowKind.
+    int kind = kNoRow;
 };
 
 class CMeshStore;

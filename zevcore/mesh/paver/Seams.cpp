@@ -11,7 +11,7 @@ namespace Paver {
 namespace {
 
 bool low(const MeshVertex* v) {
-    return v->nodeClass == 0 || v->nodeClass == 1;
+    return v->nodeClass == kRightAngleNode || v->nodeClass == kEndNode;
 }
 
 // Steps along next from `from` to `to`; -1 when `to` is not met within `limit` steps.

@@ -27,8 +27,8 @@ void CMeshModel::SmoothBoundary(MeshVertexList& list, MeshVertex* first, MeshVer
     long long steps = 0;
     MeshVertex* v = first;
     for (;;) {
-        bool skip = v->isFixed || (v->prev && v->prev->nodeClass == 3) ||
-                    (v->next && v->next->nodeClass == 3);
+        bool skip = v->isFixed || (v->prev && v->prev->nodeClass == kCornerNode) ||
+                    (v->next && v->next->nodeClass == kCornerNode);
         if (!skip) {
             if (m_referenceSmoothing) {
                 found.clear();
