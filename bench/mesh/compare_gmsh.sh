@@ -38,7 +38,8 @@ printf '%-6s %5s %9s %9s %12s %12s %7s\n' shape size zev_quads gmsh_quads zev_in
     gmsh_instr/q ratio
 for shape in S1 S2 S3 S4; do
     for h in $sizes; do
-        zi=$(count "$zevcore" mesh "$here/shapes/$shape.txt" --size "$h" -q --msh "$work/z.msh" ||
+        zi=$(count "$zevcore" mesh "$here/shapes/$shape.txt" --size "$h" -q --keep-partial \
+            --msh "$work/z.msh" ||
             true)
         zq=$(quads "$work/z.msh" 2>/dev/null || echo 0)
         gi=$(count gmsh "$here/shapes/$shape.geo" -2 -nt 1 -setnumber lc "$h" \
