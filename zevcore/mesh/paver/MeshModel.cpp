@@ -166,6 +166,8 @@ void CMeshModel::ClearAll() {
     fronts.clear();
     reservedLines.clear();
     vertices.clear();
+    m_movable.clear();
+    m_movableSeen = 0;
     wedgeLog.clear();
     tuckLog.clear();
     quads.clear();
