@@ -130,6 +130,19 @@ private:
     long long m_nx = 1, m_ny = 1;
 };
 
+// Walks the edges v->w of a front from its head, each with its line, skipping those that
+// start on the shape boundary, until `visit` answers true.
+template <class Visit>
+void walkFreeEdges(const MeshVertexList& list, long long limit, Visit&& visit) {
+    MeshVertex* v = list.head;
+    long long steps = 0;
+    do {
+        MeshVertex* w = v->next;
+        if (!v->isShapeBoundary && visit(v, w, CLine2D(v->point, w->point))) return;
+        v = w;
+    } while (v != list.head && ++steps < limit);
+}
+
 // Puts `to` in place of `from` in every element that has it. Every such element is filed under
 // `from`; the first ReplaceVertex moves the whole list, so it is copied before.
 void rehang(MeshVertex* from, MeshVertex* to) {
@@ -262,18 +275,12 @@ bool CMeshModel::SingleBoundaryIntersection(MeshVertexList& list, MeshVertex* ig
         }
     } else {
         const long long limit = WalkLimit();
-        MeshVertex* v = list.head;
-        long long outer = 0;
-        do {
-            MeshVertex* w = v->next;
-            if (!v->isShapeBoundary) {
-                CLine2D edge(v->point, w->point);
-                long long inner = 0;
-                for (MeshVertex* e = w->next->next; e != v && ++inner < limit; e = e->next)
-                    crossing(v, w, edge, e);
-            }
-            v = w;
-        } while (v != list.head && ++outer < limit);
+        walkFreeEdges(list, limit, [&](MeshVertex* v, MeshVertex* w, const CLine2D& edge) {
+            long long inner = 0;
+            for (MeshVertex* e = w->next->next; e != v && ++inner < limit; e = e->next)
+                crossing(v, w, edge, e);
+            return false;
+        });
     }
 
     // Only an even cut is made: an odd one would leave two fronts that cannot close in
@@ -332,43 +339,32 @@ bool CMeshModel::MultipleBoundaryIntersection(MeshVertexList& list) {
     if (!m_referenceIntersection && grid.build(*other, limit)) {
         const std::vector<MeshVertex*>& nodes = grid.nodes();
         std::vector<size_t> near;
-        MeshVertex* u = list.head;
-        long long outer = 0;
-        do {
-            MeshVertex* w = u->next;
-            if (!u->isShapeBoundary && !w->isShapeBoundary) {
-                grid.edgesNear(u->point, w->point, near);
-                std::sort(near.begin(), near.end());
-                CLine2D edge(u->point, w->point);
-                for (size_t j : near)
-                    if (crosses(u, w, edge, nodes[j])) {
-                        v = u;
-                        p = nodes[j];
-                        break;
-                    }
-            }
-            u = w;
-        } while (!v && u != list.head && ++outer < limit);
+        walkFreeEdges(list, limit, [&](MeshVertex* u, MeshVertex* w, const CLine2D& edge) {
+            if (w->isShapeBoundary) return false;
+            grid.edgesNear(u->point, w->point, near);
+            std::sort(near.begin(), near.end());
+            for (size_t j : near)
+                if (crosses(u, w, edge, nodes[j])) {
+                    v = u;
+                    p = nodes[j];
+                    return true;
+                }
+            return false;
+        });
     } else {
-        MeshVertex* u = list.head;
-        long long outer = 0;
-        do {
-            MeshVertex* w = u->next;
-            if (!u->isShapeBoundary) {
-                CLine2D edge(u->point, w->point);
-                MeshVertex* r = other->head;
-                long long inner = 0;
-                do {
-                    if (crosses(u, w, edge, r)) {
-                        v = u;
-                        p = r;
-                        break;
-                    }
-                    r = r->next;
-                } while (r != other->head && ++inner < limit);
-            }
-            u = w;
-        } while (!v && u != list.head && ++outer < limit);
+        walkFreeEdges(list, limit, [&](MeshVertex* u, MeshVertex* w, const CLine2D& edge) {
+            MeshVertex* r = other->head;
+            long long inner = 0;
+            do {
+                if (crosses(u, w, edge, r)) {
+                    v = u;
+                    p = r;
+                    return true;
+                }
+                r = r->next;
+            } while (r != other->head && ++inner < limit);
+            return false;
+        });
     }
     if (!v) return false;
 
