@@ -1,7 +1,8 @@
 #!/bin/sh
 # Instructions per quadrilateral of the paver against Gmsh's all-quadrilateral mesher
 # (Frontal-Delaunay with Blossom recombination), on the same regions at the same element
-# size, both counted by valgrind in one run. Skips cleanly where gmsh or valgrind is missing.
+# size, both counted by valgrind in one run, each less its own start-up (a run that only
+# prints its version or help). Skips cleanly where gmsh or valgrind is missing.
 #
 #   bench/mesh/compare_gmsh.sh [ZEVCORE] [SIZES]
 #
@@ -34,6 +35,8 @@ quads() {
     awk '/^\$Elements/{on=1; getline; next} /^\$EndElements/{on=0} on && $2==3 {n++} END{print n+0}' "$1"
 }
 
+zstart=$(count "$zevcore" --help)
+gstart=$(count gmsh -version)
 printf '%-6s %5s %9s %9s %12s %12s %7s\n' shape size zev_quads gmsh_quads zev_instr/q \
     gmsh_instr/q ratio
 for shape in S1 S2 S3 S4; do
@@ -46,10 +49,11 @@ for shape in S1 S2 S3 S4; do
             -setnumber Mesh.Algorithm 6 -setnumber Mesh.RecombineAll 1 \
             -setnumber Mesh.RecombinationAlgorithm 3 -format msh2 -o "$work/g.msh")
         gq=$(quads "$work/g.msh")
-        awk -v s="$shape" -v h="$h" -v zi="$zi" -v zq="$zq" -v gi="$gi" -v gq="$gq" 'BEGIN {
+        awk -v s="$shape" -v h="$h" -v zi="$((zi - zstart))" -v zq="$zq" -v gi="$((gi - gstart))" \
+            -v gq="$gq" 'BEGIN {
             zp = zq > 0 ? zi / zq : 0; gp = gq > 0 ? gi / gq : 0
             printf "%-6s %5s %9d %9d %12.0f %12.0f %7.2f\n", s, h, zq, gq, zp, gp,
-                gp > 0 ? zp / gp : 0 }'
+                (gp > 0 ? zp / gp : 0) }'
         rm -f "$work/z.msh" "$work/g.msh"
     done
 done
