@@ -241,9 +241,9 @@ public:
     void SetCheckInvariants(bool on) { m_checkInvariants = on; }
     const std::string& FirstInvalidStep() const { return m_firstInvalidStep; }
 
-    /// Boundary smoothing normally finds each node's elements through an index built once
-    /// per call; the reference path scans every element per node instead. Both give the same
-    /// mesh to the bit.
+    /// Boundary smoothing normally finds each node's elements through the node's own list;
+    /// the reference path scans every element per node instead. Both give the same mesh to
+    /// the bit.
     void SetReferenceBoundarySmoothing(bool on) { m_referenceSmoothing = on; }
     /// The search for a front crossing itself normally looks only at nearby edges, through a
     /// grid; the reference path tries every pair of edges. Both give the same mesh to the bit.
