@@ -43,13 +43,20 @@ const char* const kHelp =
     "                    region's bounding box)\n"
     "  --divisions N     divisions per boundary line (accepted; the paver sizes by --size)\n"
     "  --limit N         the mesher's iteration limit, 1 to 9999 (default 1)\n"
+    "  --extended        paver: caps scaled with the region, no concave element, and every\n"
+    "                    front closed (see docs/mesh.md)\n"
+    "  --keep-partial    write the files even when the mesh failed\n"
     "  --svg FILE        write a picture of the mesh (- for standard output)\n"
     "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII (- for standard output)\n"
     "  -q, --quiet       no progress lines on stderr\n"
     "  -h, --help        show this help and exit\n"
     "\n"
-    "Exit status: 0 success, 1 the mesher could not close the mesh or a file could not be\n"
-    "written (nothing is written then), 2 bad usage or bad input.\n";
+    "A mesh has failed when a front was left open, when its elements do not cover the\n"
+    "region (their summed area against the region's) or when an element is folded.\n"
+    "\n"
+    "Exit status: 0 success, 1 the mesh failed or a file could not be written (nothing is\n"
+    "written then, unless --keep-partial), 2 bad usage or bad input, including a --size\n"
+    "that would need more than 100000 boundary segments or 10000 rows.\n";
 
 struct Options {
     std::optional<int> shape;
@@ -62,6 +69,8 @@ struct Options {
     bool quiet = false;
     std::optional<double> maxArea;
     bool conforming = false;
+    bool extended = false;
+    bool keepPartial = false;
 };
 
 struct Result {
@@ -155,6 +164,7 @@ Result runPaver(const Region& region, const Options& options, double size) {
     Result result;
     {
         Paver::CMeshModel model;
+        model.SetExtended(options.extended);
         model.SetHWND(progress.MainWindow());
         model.SetMessageIDs(static_cast<int>(StderrProgress::kMessage));
         for (const auto& loop : region.loops) {
@@ -194,6 +204,8 @@ Options readOptions(const std::vector<std::string>& args) {
                                           .text("--msh", o.msh)
                                           .number("--max-area", o.maxArea, Bound::Positive)
                                           .flag("--conforming", o.conforming)
+                                          .flag("--extended", o.extended)
+                                          .flag("--keep-partial", o.keepPartial)
                                           .flag("-q|--quiet", o.quiet)
                                           .parse(1);
     if (!inputs.empty()) o.input = inputs[0];
@@ -203,6 +215,7 @@ Options readOptions(const std::vector<std::string>& args) {
         throw UsageError("unknown method '" + o.method + "' (available: paver, triangle)");
     if (o.method != "triangle" && (o.maxArea || o.conforming))
         throw UsageError("--max-area and --conforming go with --method triangle");
+    if (o.method != "paver" && o.extended) throw UsageError("--extended goes with the paver");
     return o;
 }
 
@@ -226,10 +239,93 @@ Result runTriangle(const Region& region, const Options& o, double size) {
     return result;
 }
 
+// A size that would make the boundary or the rows too many to pave in reasonable time and
+// memory is refused before any work.
+constexpr double kMaxBoundarySegments = 100000.0;
+constexpr double kMaxRows = 10000.0;
+
+void checkSize(const Region& region, double size) {
+    double segments = 0.0;
+    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
+    for (const auto& loop : region.loops)
+        for (size_t i = 0; i < loop.size(); ++i) {
+            const Point& a = loop[i];
+            const Point& b = loop[(i + 1) % loop.size()];
+            segments += std::hypot(b.x - a.x, b.y - a.y) / size;
+            minX = std::min(minX, a.x), maxX = std::max(maxX, a.x);
+            minY = std::min(minY, a.y), maxY = std::max(maxY, a.y);
+        }
+    // Rows run inward from the boundary; half the smaller side bounds how many meet.
+    double rows = 0.5 * std::min(maxX - minX, maxY - minY) / size;
+    char text[200];
+    if (!(segments <= kMaxBoundarySegments)) {
+        std::snprintf(text, sizeof text,
+                      "--size %g would need %.3g boundary segments (at most %.0f; give a larger "
+                      "size)",
+                      size, segments, kMaxBoundarySegments);
+        throw UsageError(text);
+    }
+    if (!(rows <= kMaxRows)) {
+        std::snprintf(text, sizeof text,
+                      "--size %g would need %.3g rows (at most %.0f; give a larger size)", size,
+                      rows, kMaxRows);
+        throw UsageError(text);
+    }
+}
+
+// Whether the elements cover the region: their summed area against the region's, and no
+// element folded (turned over, or with two sides crossing), since a fold can hide a gap.
+struct Coverage {
+    double regionArea = 0.0;
+    double elementArea = 0.0;
+    int folded = 0;
+    bool covered() const {
+        return folded == 0 && std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
+    }
+};
+
+bool sidesCross(const Point& a, const Point& b, const Point& c, const Point& d) {
+    auto side = [](const Point& p, const Point& q, const Point& r) {
+        double t = (q.x - p.x) * (r.y - p.y) - (q.y - p.y) * (r.x - p.x);
+        return (t > 0.0) - (t < 0.0);
+    };
+    return side(a, b, c) * side(a, b, d) < 0 && side(c, d, a) * side(c, d, b) < 0;
+}
+
+Coverage measureCoverage(const Region& region, const Mesh& mesh) {
+    Coverage c;
+    for (size_t i = 0; i < region.loops.size(); ++i)
+        if (i == 0 || i >= region.solid.size() || !region.solid[i])
+            c.regionArea += signedArea(region.loops[i]);
+    for (const Element& e : mesh.elements) {
+        std::vector<Point> corners;
+        bool finite = true;
+        for (int k = 0; k < e.count; ++k) {
+            int at = e.v[static_cast<size_t>(k)];
+            if (at < 0 || static_cast<size_t>(at) >= mesh.nodes.size()) {
+                finite = false;
+                break;
+            }
+            const Point& p = mesh.nodes[static_cast<size_t>(at)];
+            finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
+            corners.push_back(p);
+        }
+        double area = finite ? signedArea(corners) : 0.0;
+        bool folded =
+            !finite || !(area > 0.0) ||
+            (e.count == 4 && (sidesCross(corners[0], corners[1], corners[2], corners[3]) ||
+                              sidesCross(corners[1], corners[2], corners[3], corners[0])));
+        c.folded += folded ? 1 : 0;
+        if (finite) c.elementArea += area;
+    }
+    return c;
+}
+
 int runMesh(const std::vector<std::string>& args) {
     const Options o = readOptions(args);
     const Region region = readRegion(o);
     const double size = o.size ? *o.size : defaultSize(region);
+    checkSize(region, size);
     const Result result =
         o.method == "triangle" ? runTriangle(region, o, size) : runPaver(region, o, size);
 
@@ -238,12 +334,26 @@ int runMesh(const std::vector<std::string>& args) {
                              static_cast<int>(region.interiorPoints.size()));
     if (o.method == "triangle")
         std::cout << triangleSummaryText(result.mesh, quality, o.conforming);
+    const Coverage coverage = measureCoverage(region, result.mesh);
+    char line[200];
+    std::snprintf(line, sizeof line,
+                  "covered:           %s (elements %.6g of region %.6g; folded elements: %d)\n",
+                  coverage.covered() ? "yes" : "no", coverage.elementArea, coverage.regionArea,
+                  coverage.folded);
+    std::cout << line;
+
+    std::string failure;
+    if (!result.complete)
+        failure = "the mesher stopped before every front was closed";
+    else if (coverage.folded > 0)
+        failure = std::to_string(coverage.folded) + " folded element(s)";
+    else if (!coverage.covered())
+        failure = "the elements do not cover the region";
     PendingOutputs outputs;
     if (!o.svg.empty()) outputs.add(o.svg, svgText(region, result.mesh));
     if (!o.msh.empty()) outputs.add(o.msh, mshText(result.mesh));
-    if (!result.complete)
-        throw std::runtime_error("the mesher stopped before every front was closed");
-    outputs.commit();
+    if (failure.empty() || o.keepPartial) outputs.commit();
+    if (!failure.empty()) throw std::runtime_error(failure);
     return kSuccess;
 }
 

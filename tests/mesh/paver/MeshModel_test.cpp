@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
+#include <functional>
 #include <set>
 #include <string>
 
@@ -289,3 +291,100 @@ TEST(PaverModel, PavesASquareWithAHole) {
     // No element covers the hole's centre.
     for (const Quad* q : model.quads) EXPECT_FALSE(q->ContainsPoint({5, 5}));
 }
+
+namespace paver_test {
+namespace {
+
+// Each broken invariant is named; a model that keeps them all is valid.
+TEST(PaverModel, IsValidNamesTheFirstBrokenInvariant) {
+    struct Breakage {
+        const char* expected;
+        std::function<void(TestModel&, std::vector<MeshVertex*>&, MeshVertexList&)> breakIt;
+    };
+    const std::vector<Breakage> table = {
+        {"", [](TestModel&, std::vector<MeshVertex*>&, MeshVertexList&) {}},
+        {"front with a broken link: 0",
+         [](TestModel&, std::vector<MeshVertex*>& g, MeshVertexList&) { g[3]->prev = g[0]; }},
+        {"front whose tail is not head->prev: 0",
+         [](TestModel&, std::vector<MeshVertex*>& g, MeshVertexList& f) { f.tail = g[1]; }},
+        {"vertex with a coordinate that is not finite: 4",
+         [](TestModel&, std::vector<MeshVertex*>& g, MeshVertexList&) {
+             g[4]->point.x = std::nan("");
+         }},
+        {"element not filed under its corner: 0",
+         [](TestModel&, std::vector<MeshVertex*>& g, MeshVertexList&) { g[0]->quads.clear(); }},
+        {"element not counter-clockwise: 4",
+         [](TestModel& m, std::vector<MeshVertex*>& g, MeshVertexList&) {
+             m.quad(g[0], g[6], g[8], g[2]);
+         }},
+        {"element with the corners of another: 4",
+         [](TestModel& m, std::vector<MeshVertex*>& g, MeshVertexList&) {
+             m.quad(g[1], g[2], g[5], g[4]);
+         }},
+        {"element with a repeated corner: 4",
+         [](TestModel& m, std::vector<MeshVertex*>& g, MeshVertexList&) {
+             m.quad(g[0], g[1], g[4], g[0]);
+         }},
+    };
+    for (const Breakage& b : table) {
+        TestModel model;
+        std::vector<MeshVertex*> g = model.grid(2, 2);  // nodes 0..8, row by row
+        MeshVertexList& front = model.ring({g[0], g[1], g[2], g[5], g[8], g[7], g[6], g[3]});
+        EXPECT_TRUE(model.IsValid());
+        b.breakIt(model, g, front);
+        EXPECT_EQ(model.ValidityProblem(), b.expected);
+    }
+}
+
+// With the debug switch, every operation of a run is checked.
+TEST(PaverModel, TheDebugSwitchChecksEveryStepOfARun) {
+    Paver::CMeshModel model;
+    model.DrawShape2();
+    model.SetCheckInvariants(true);
+    ASSERT_TRUE(model.Mesh(1, 0.5, 0, false));
+    EXPECT_EQ(model.FirstInvalidStep(), "");
+    EXPECT_TRUE(model.IsValid());
+}
+
+}  // namespace
+}  // namespace paver_test
+
+namespace paver_test {
+namespace {
+
+double elementArea(const Paver::CMeshModel& model) {
+    double sum = 0.0;
+    for (const Quad* q : model.quads) sum += signedArea(q);
+    return sum;
+}
+
+// Default mode removes one concave element and so opens its area; extended mode repairs
+// instead, closes every front and goes past the caps that stop a default run near 2,000
+// elements. (Boundary nodes stand on float-stepped positions, hence the tolerance.)
+TEST(PaverModel, ExtendedModeCoversWhatTheDefaultLeavesOpen) {
+    struct Case {
+        int shape;
+        double size, regionArea;
+    };
+    for (const Case& c : {Case{4, 0.5, 16.0}, Case{1, 0.5, 112.0 / 3.0}}) {
+        Paver::CMeshModel plain, extended;
+        plain.DrawShape(c.shape);
+        extended.DrawShape(c.shape);
+        extended.SetExtended(true);
+        plain.Mesh(1, c.size, 0, false);
+        ASSERT_TRUE(extended.Mesh(1, c.size, 0, false));
+        EXPECT_LT(elementArea(plain), c.regionArea - 0.01) << c.shape;
+        EXPECT_NEAR(elementArea(extended), c.regionArea, 1e-5) << c.shape;
+        EXPECT_TRUE(extended.fronts.empty());
+    }
+    Paver::CMeshModel fine;
+    fine.DrawShape1();
+    fine.SetExtended(true);
+    EXPECT_TRUE(fine.Mesh(1, 0.1, 0, false));
+    EXPECT_GT(fine.NumQuads(), 4000);
+    EXPECT_TRUE(fine.fronts.empty());
+    EXPECT_NEAR(elementArea(fine), 112.0 / 3.0, 1e-5);
+}
+
+}  // namespace
+}  // namespace paver_test

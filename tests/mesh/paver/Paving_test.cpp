@@ -485,10 +485,11 @@ TEST(PaverRepairs, WedgeAndTuckNeedTheirElements) {
     for (const Quad* q : row.quads) EXPECT_GT(signedArea(q), 0.0);
 }
 
-TEST(PaverSmoothing, FastBoundarySmoothingMatchesTheReferenceToTheBit) {
+TEST(PaverSmoothing, FastPathsMatchTheReferenceScansToTheBit) {
     auto run = [](int shape, bool reference, double size) {
         auto model = std::make_unique<TestModel>();
         model->SetReferenceBoundarySmoothing(reference);
+        model->SetReferenceIntersection(reference);
         switch (shape) {
             case 1:
                 model->DrawShape1();

@@ -1,8 +1,11 @@
 #include "zevcore/mesh/paver/MeshModel.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <set>
+#include <unordered_set>
 
 #include "zevcore/frame/Math.h"
 #include "zevcore/platform/Host.h"
@@ -16,6 +19,7 @@ class CMeshStore {
 public:
     std::vector<std::unique_ptr<MeshVertex>> vertices;
     std::vector<std::unique_ptr<Quad>> quads;
+    unsigned long long nextSerial = 0;
 
     template <class T>
     static void discard(std::vector<std::unique_ptr<T>>& items, T* item) {
@@ -162,6 +166,8 @@ void CMeshModel::ClearAll() {
     fronts.clear();
     reservedLines.clear();
     vertices.clear();
+    m_movable.clear();
+    m_movableSeen = 0;
     wedgeLog.clear();
     tuckLog.clear();
     quads.clear();
@@ -181,7 +187,41 @@ MeshVertex* CMeshModel::NewVertex(const CPoint2D& p) {
 
 Quad* CMeshModel::NewQuad(MeshVertex* c0, MeshVertex* c1, MeshVertex* c2, MeshVertex* c3) {
     m_store->quads.push_back(std::make_unique<Quad>(c0, c1, c2, c3));
+    m_store->quads.back()->serial = m_store->nextSerial++;
     return m_store->quads.back().get();
+}
+
+void CMeshModel::ElementsAt(const MeshVertex* v, std::vector<Quad*>& out) const {
+    // A node's list can repeat elements many times over (ReplaceVertex appends whole lists,
+    // and a node that seams keep joining gathers thousands), so it is sorted, not searched.
+    out.clear();
+    if (v->quads.size() > quads.size()) {  // a scan of all elements is then the cheaper way
+        for (Quad* q : quads)
+            if (q->HasVertex(v)) out.push_back(q);
+        return;
+    }
+    for (Quad* q : v->quads)
+        if (q->HasVertex(v)) out.push_back(q);
+    std::sort(out.begin(), out.end(),
+              [](const Quad* a, const Quad* b) { return a->serial < b->serial; });
+    out.erase(std::unique(out.begin(), out.end()), out.end());
+}
+
+int CMeshModel::ElementCountAt(const MeshVertex* v) const {
+    const auto& held = v->quads;
+    if (held.size() <= 8) {
+        int count = 0;
+        for (size_t i = 0; i < held.size(); ++i) {
+            if (!held[i]->HasVertex(v)) continue;
+            bool repeated = false;
+            for (size_t k = 0; k < i && !repeated; ++k) repeated = held[k] == held[i];
+            count += repeated ? 0 : 1;
+        }
+        return count;
+    }
+    std::vector<Quad*> distinct;
+    ElementsAt(v, distinct);
+    return static_cast<int>(distinct.size());
 }
 
 void CMeshModel::DiscardQuad(Quad* q) {
@@ -344,7 +384,7 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
 
         auto makeVertex = [this](const CPoint2D& p) {
             MeshVertex* v = NewVertex(p);
-            v->nodeClass = 5;
+            v->nodeClass = kUnclassified;
             v->interiorAngle = 0.0;
             v->isFixed = true;
             v->isShapeBoundary = true;
@@ -415,22 +455,26 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
 
 void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& rowCounter) {
     for (;;) {
-        if (rowCounter++ >= 100) return;
+        if (rowCounter++ >= m_rowCap) return;
         if (!FindRow(def, list)) return;
         AddRow(def, list);
+        checkpoint("AddRow");
         if (!list.MoreThanSixVertices()) return;
         for (int twice = 0; twice < 2; ++twice) {
             if (Seam(list)) {
                 while (list.MoreThanSixVertices() && Seam(list)) {
                 }
                 Smooth(list);
+                checkpoint("Seam");
             }
             if (!list.MoreThanSixVertices()) return;
         }
         bool flag = SingleBoundaryIntersection(list, nullptr);
+        checkpoint("SingleBoundaryIntersection");
         if (!list.MoreThanSixVertices()) return;
         if (flag) Smooth(list);
         flag = MultipleBoundaryIntersection(list);
+        checkpoint("MultipleBoundaryIntersection");
         if (!list.MoreThanSixVertices()) return;
         if (flag) Smooth(list);
         if (rowAdjustPending) {
@@ -439,6 +483,7 @@ void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& row
             AdjustRow(def, list);
             Smooth(list);
             rowAdjustPending = false;
+            checkpoint("AdjustRow");
         }
         if (rowCounter % 5 == 0) putUpMessage(".");
         if (!list.MoreThanSixVertices()) return;
@@ -451,15 +496,20 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     ZEVCursor().BeginWaitCursor();
     clearMessages();
     putUpMessage("Preparing shape for mesher...");
+    m_firstInvalidStep.clear();
     PrepareShape(size, divisions, false);
+    checkpoint("PrepareShape");
     putUpMessage("Meshing boundaries...");
     // The limit was only a range check: no loop below reads iterationLimit, so CancelMeshing
     // cannot stop a run.
     iterationLimit = 100;
+    setCaps(size);
+    m_movable.clear();
+    m_movableSeen = 0;
 
     int pass = 0;
     auto current = fronts.begin();
-    while (!fronts.empty() && pass++ < 20) {
+    while (!fronts.empty() && pass++ < m_passCap) {
         BoundaryDefinition def;
         int rowCounter = 0;
         MeshVertexList& list = *current;
@@ -475,6 +525,7 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
             bool atEnd = following == fronts.end();
             MeshVertexList followingValue = atEnd ? MeshVertexList{} : *following;
             RemoveBoundary(worked);
+            checkpoint("RemoveBoundary");
             following =
                 atEnd ? fronts.end() : std::find(fronts.begin(), fronts.end(), followingValue);
         }
@@ -485,13 +536,25 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         }
     }
 
+    if (m_extended) {
+        // Whatever the caps left open is closed round its centre.
+        while (!fronts.empty()) {
+            closeByFan(fronts.front());
+            checkpoint("closeByFan");
+        }
+    }
     putUpMessage("Smoothing the mesh...");
     SmoothInterior();
     SmoothInterior();
+    checkpoint("SmoothInterior");
     putUpMessage("Refining the mesh...");
     InsertInteriorPoints();
+    checkpoint("InsertInteriorPoints");
     putUpMessage("Cleaning up the mesh...");
-    if (fronts.empty()) CleanupMesh();
+    if (fronts.empty()) {
+        CleanupMesh();
+        checkpoint("CleanupMesh");
+    }
     for (size_t i = 0; i < vertices.size(); ++i) vertices[i]->index = static_cast<int>(i);
 
     CString line;
@@ -504,7 +567,125 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         putUpMessage("(A coarser or finer mesh may avoid this issue.)\r\n");
     }
     ZEVCursor().EndWaitCursor();
-    return pass < 20;
+    return pass < m_passCap;
+}
+
+}  // namespace Paver
+
+// ---------------------------------------------------------------------------------------------
+// Extended mode
+
+namespace Paver {
+
+void CMeshModel::setCaps(double size) {
+    m_rowCap = 100;
+    m_passCap = 20;
+    if (!m_extended) return;
+    // Elements the region needs at the size asked (or at the smaller size a narrow gap
+    // between boundaries forces), from the area of the boundaries.
+    double area = 0.0, smallest = size;
+    for (const auto& boundary : boundaries)
+        for (const CLine2D& line : boundary) {
+            area += line.start.x * line.end.y - line.end.x * line.start.y;
+            smallest = std::min(smallest, line.maxElementSize);
+        }
+    double wanted = std::fabs(0.5 * area) / (smallest * smallest);
+    if (!std::isfinite(wanted)) wanted = 0.0;
+    wanted = std::min(wanted, 1e8);
+    // A row step lays at least one element, and a pass works on one front; fronts split, so
+    // passes are allowed generously too. Both stay caps: every run ends.
+    m_rowCap = std::max(100, static_cast<int>(2.0 * wanted) + 100);
+    m_passCap = std::max(20, static_cast<int>(wanted / 4.0) + 20);
+}
+
+void CMeshModel::closeByFan(MeshVertexList list) {
+    const int n = FrontSize(list);
+    if (n >= 4 && n % 2 == 0) {
+        // An even front becomes n/2 elements, each on two front edges and its centre.
+        CPoint2D centre(0.0, 0.0);
+        MeshVertex* v = list.head;
+        for (int i = 0; i < n; ++i, v = v->next) centre += v->point;
+        MeshVertex* c = NewVertex(centre / static_cast<double>(n));
+        vertices.push_back(c);
+        v = list.head;
+        for (int i = 0; i < n; i += 2, v = v->next->next)
+            quads.push_back(NewQuad(v, v->next, v->next->next, c));
+        fronts.remove(list);
+        return;
+    }
+    RemoveBoundary(list);  // four, six, or odd: the stated closures
+}
+
+}  // namespace Paver
+
+// ---------------------------------------------------------------------------------------------
+// Invariants
+
+namespace Paver {
+
+std::string CMeshModel::ValidityProblem() const {
+    auto fmt = [](const char* what, size_t i) {
+        return std::string(what) + " " + std::to_string(i);
+    };
+    std::unordered_set<const MeshVertex*> known;
+    for (size_t i = 0; i < vertices.size(); ++i) {
+        const MeshVertex* v = vertices[i];
+        if (!v) return fmt("null vertex", i);
+        if (!known.insert(v).second) return fmt("vertex listed twice:", i);
+        if (!std::isfinite(v->point.x) || !std::isfinite(v->point.y))
+            return fmt("vertex with a coordinate that is not finite:", i);
+    }
+    std::unordered_set<const MeshVertex*> onFront;
+    size_t f = 0;
+    for (const MeshVertexList& list : fronts) {
+        if (!list.head) return fmt("front with no head:", f);
+        if (list.tail != list.head->prev) return fmt("front whose tail is not head->prev:", f);
+        const MeshVertex* v = list.head;
+        size_t steps = 0;
+        do {
+            if (!known.count(v)) return fmt("front node not in the model's vertices, front", f);
+            if (!v->next || v->next->prev != v) return fmt("front with a broken link:", f);
+            if (!onFront.insert(v).second)
+                return fmt("node on two fronts or twice on one, front", f);
+            v = v->next;
+            if (++steps > vertices.size()) return fmt("front that does not close:", f);
+        } while (v != list.head);
+        ++f;
+    }
+    std::unordered_set<const Quad*> seen;
+    std::set<std::array<const MeshVertex*, 4>> cornerSets;
+    for (size_t i = 0; i < quads.size(); ++i) {
+        const Quad* q = quads[i];
+        if (!q) return fmt("null element", i);
+        if (!seen.insert(q).second) return fmt("element listed twice:", i);
+        std::array<const MeshVertex*, 4> sorted{};
+        for (int c = 0; c < 4; ++c) {
+            const MeshVertex* v = q->corners[c];
+            if (!v || !known.count(v)) return fmt("element with a corner not in the model:", i);
+            if (std::find(v->quads.begin(), v->quads.end(), q) == v->quads.end())
+                return fmt("element not filed under its corner:", i);
+            sorted[c] = v;
+        }
+        std::sort(sorted.begin(), sorted.end());
+        if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
+            return fmt("element with a repeated corner:", i);
+        if (!cornerSets.insert(sorted).second)
+            return fmt("element with the corners of another:", i);
+        double twiceArea = 0.0;
+        for (int c = 0; c < 4; ++c) {
+            const CPoint2D& a = q->corners[c]->point;
+            const CPoint2D& b = q->corners[(c + 1) % 4]->point;
+            twiceArea += a.x * b.y - b.x * a.y;
+        }
+        if (!(twiceArea > 0.0)) return fmt("element not counter-clockwise:", i);
+    }
+    return {};
+}
+
+void CMeshModel::checkpoint(const char* operation) {
+    if (!m_checkInvariants || !m_firstInvalidStep.empty()) return;
+    std::string problem = ValidityProblem();
+    if (!problem.empty()) m_firstInvalidStep = std::string("after ") + operation + ": " + problem;
 }
 
 }  // namespace Paver

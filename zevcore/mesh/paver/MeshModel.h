@@ -19,9 +19,23 @@
 // destruction. Copies share those objects (the pointers in vertices, quads and fronts stay the
 // same); the objects live until the last model sharing them lets go, so any copy may outlive
 // its source safely. Changes made through one copy are seen by the others.
+//
+// Invariants (IsValid checks them; a test or the debug switch of Mesh calls it after every
+// operation):
+//   - every front in `fronts` is a closed circle: from its head, `next` comes back to the head
+//     within the vertex count, `next->prev` is the node itself at every step, `tail` is
+//     `head->prev`, and no node lies on two fronts or twice on one;
+//   - every element in `quads` has four distinct, non-null corners in counter-clockwise order
+//     (a positive signed area), and is filed in the `quads` of each of its corners;
+//   - no element appears twice in `quads`, and no two elements have the same four corners;
+//     no vertex appears twice in `vertices`;
+//   - every coordinate of every vertex is finite.
+// The per-node lists may hold elements that no longer have that node as a corner (see
+// MeshVertex::quads); readers filter with Quad::HasVertex.
 
 #include <list>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "zevcore/Export.h"
@@ -33,13 +47,34 @@ namespace Paver {
 
 struct Quad;
 
+/// Angle classes of a front node (MeshVertex::nodeClass), by its interior angle.
+enum NodeClass : int {
+    kRightAngleNode = 0,  ///< exactly 90 degrees
+    kEndNode = 1,         ///< up to 108 degrees: a row ends here
+    kSideNode = 2,        ///< up to 198 degrees: the row runs on
+    kCornerNode = 3,      ///< up to 288 degrees: the row turns round the node
+    kReversalNode = 4,    ///< up to 360 degrees: the row turns back
+    kUnclassified = 5,    ///< beyond, and a new node
+};
+
+/// Where FindRow lays the next row (BoundaryDefinition::kind).
+enum RowKind : int {
+    kRowAtRightAngle = 0,        ///< at the one right-angled node
+    kRowBetweenRightAngles = 1,  ///< from the first right-angled node to the second
+    kRowBetweenEnds = 2,         ///< from the first end (or right-angled) node to the second
+    kRowAtEnd = 3,               ///< at the one end node
+    kRowAtSharpestSide = 4,      ///< no ends nor corners: across the sharpest node
+    kRowAtSmallestAngle = 5,     ///< at the smallest angle that is no corner or reversal
+    kNoRow = 6,                  ///< nothing found
+};
+
 /// One mesh node, and at the same time a link of a circular front.
 struct ZEVCORE_API MeshVertex {
     MeshVertex* next = nullptr;
     MeshVertex* prev = nullptr;
     CPoint2D point;
-    /// Angle class 0 to 5; 5 until the node is classified.
-    int nodeClass = 5;
+    /// Angle class (NodeClass); kUnclassified until the node is classified.
+    int nodeClass = kUnclassified;
     /// Interior angle in radians, measured counter-clockwise from the edge to next to the
     /// edge to prev.
     double interiorAngle = 0.0;
@@ -59,6 +94,13 @@ struct ZEVCORE_API MeshVertex {
     std::vector<Quad*> quads;
     /// Output number; -1 until Mesh numbers the vertices.
     int index = -1;
+    /// What SetupNode last saw and gave: its answer depends on these three positions only,
+    /// so a node whose neighbourhood has not moved keeps its angle, class and proposals.
+    struct SetupMemo {
+        CPoint2D at, prev, next;
+        double interiorAngle = 0.0;
+        int nodeClass = -1;
+    } setupMemo;
 
     MeshVertex() = default;
     explicit MeshVertex(const CPoint2D& p) : point(p) {}
@@ -82,6 +124,9 @@ struct ZEVCORE_API Quad {
     MeshVertex* corners[4] = {nullptr, nullptr, nullptr, nullptr};
     /// Made by a split rather than by a row.
     bool isRefined = false;
+    /// Creation number within the model; `quads` holds its elements in this order, so a
+    /// node's own list, sorted by it, gives what a scan of `quads` would.
+    unsigned long long serial = 0;
 
     /// Files the new element under each of its corners.
     Quad(MeshVertex* c0, MeshVertex* c1, MeshVertex* c2, MeshVertex* c3);
@@ -106,7 +151,8 @@ struct ZEVCORE_API Quad {
 struct ZEVCORE_API BoundaryDefinition {
     MeshVertex* first = nullptr;
     MeshVertex* last = nullptr;
-    int kind = 6;
+    /// A RowKind.
+    int kind = kNoRow;
 };
 
 class CMeshStore;
@@ -179,10 +225,29 @@ public:
     /// concave.
     static bool IsConcave(CPoint2D a, CPoint2D b, CPoint2D c, CPoint2D d);
 
-    /// Boundary smoothing normally finds each node's elements through an index built once
-    /// per call; the reference path scans every element per node instead. Both give the same
-    /// mesh to the bit.
+    /// Extended mode, off by default: the caps on row steps and passes grow with the number
+    /// of elements the region needs at the size asked, interior smoothing visits only nodes
+    /// that can still move, concave elements are repaired rather than left, and a front the
+    /// caps leave open is closed by a fan round its centre. Off, Mesh runs exactly as stated.
+    void SetExtended(bool on) { m_extended = on; }
+    bool IsExtended() const { return m_extended; }
+
+    /// True when the invariants at the top of this header hold.
+    bool IsValid() const { return ValidityProblem().empty(); }
+    /// The first invariant found broken, in words; empty when all hold.
+    std::string ValidityProblem() const;
+    /// Debug switch: Mesh checks the invariants after every operation and keeps the first
+    /// failure, with the operation's name, in FirstInvalidStep(). Off by default.
+    void SetCheckInvariants(bool on) { m_checkInvariants = on; }
+    const std::string& FirstInvalidStep() const { return m_firstInvalidStep; }
+
+    /// Boundary smoothing normally finds each node's elements through the node's own list;
+    /// the reference path scans every element per node instead. Both give the same mesh to
+    /// the bit.
     void SetReferenceBoundarySmoothing(bool on) { m_referenceSmoothing = on; }
+    /// The search for a front crossing itself normally looks only at nearby edges, through a
+    /// grid; the reference path tries every pair of edges. Both give the same mesh to the bit.
+    void SetReferenceIntersection(bool on) { m_referenceIntersection = on; }
 
 protected:
     // The stages of Mesh, and the repairs it does not reach; protected so that an application
@@ -246,14 +311,33 @@ protected:
     /// The longest walk a well-formed front can need.
     long long WalkLimit() const { return static_cast<long long>(vertices.size()) + 2; }
     int FrontSize(const MeshVertexList& list) const { return list.CountVertices(WalkLimit()); }
+    /// The distinct elements that have v as a corner, in the order of `quads`: the answer of
+    /// a scan over all elements, from v's own list.
+    void ElementsAt(const MeshVertex* v, std::vector<Quad*>& out) const;
+    int ElementCountAt(const MeshVertex* v) const;
 
 private:
     void addShapeLines(const std::vector<CPoint2D>& points);
     void rowStep(MeshVertexList& list, BoundaryDefinition& def, int& rowCounter);
     void smoothBoundaryNode(MeshVertex* v, const std::vector<Quad*>& found);
 
+    /// With the debug switch on, records the first broken invariant after `operation`.
+    void checkpoint(const char* operation);
+
     std::shared_ptr<CMeshStore> m_store;
     bool m_referenceSmoothing = false;
+    bool m_referenceIntersection = false;
+    bool m_checkInvariants = false;
+    bool m_extended = false;
+    int m_rowCap = 100;
+    int m_passCap = 20;
+    /// Extended mode: interior nodes that may still move, in the order of `vertices`, and
+    /// how much of `vertices` has been looked at for them.
+    std::vector<MeshVertex*> m_movable;
+    size_t m_movableSeen = 0;
+    void setCaps(double size);
+    void closeByFan(MeshVertexList list);
+    std::string m_firstInvalidStep;
 };
 
 }  // namespace Paver

@@ -37,20 +37,25 @@ void setHead(MeshVertexList& list, MeshVertex* head) {
 void CMeshModel::SetNodeClassification(MeshVertex* v) {
     double t = v->interiorAngle;
     if (equal(t, M_PI / 2.0))
-        v->nodeClass = 0;
+        v->nodeClass = kRightAngleNode;
     else if (t <= M_PI / 2.0 + kClassStep)
-        v->nodeClass = 1;
+        v->nodeClass = kEndNode;
     else if (t <= M_PI + kClassStep)
-        v->nodeClass = 2;
+        v->nodeClass = kSideNode;
     else if (t <= 1.5 * M_PI + kClassStep)
-        v->nodeClass = 3;
+        v->nodeClass = kCornerNode;
     else if (t <= 2.0 * M_PI)
-        v->nodeClass = 4;
+        v->nodeClass = kReversalNode;
     else
-        v->nodeClass = 5;
+        v->nodeClass = kUnclassified;
 }
 
 void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
+    MeshVertex::SetupMemo& memo = v->setupMemo;
+    if (memo.nodeClass >= 0 && memo.nodeClass == v->nodeClass &&
+        memo.interiorAngle == v->interiorAngle && memo.at == v->point && memo.prev == prev->point &&
+        memo.next == next->point)
+        return;
     double L = (v->point.dist(prev->point) + v->point.dist(next->point)) * 0.5;
     CVector2D A = CVector2D(v->point, next->point).GetNormalized();
     CVector2D B = CVector2D(v->point, prev->point).GetNormalized();
@@ -71,20 +76,20 @@ void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
     };
     auto scaled = [&](double k) { return zero(theta, TOLERANCE) ? L : L / std::sin(theta / k); };
     switch (v->nodeClass) {
-        case 1:
+        case kEndNode:
             propose(0, theta, L);
             break;
-        case 2:
+        case kSideNode:
             propose(0, theta / 2.0, scaled(2.0));
             break;
-        case 3: {
+        case kCornerNode: {
             double l = scaled(3.0), d = std::sqrt(2.0) * l;
             propose(0, 2.0 * theta / 3.0, l);
             propose(1, theta / 2.0, d);
             propose(2, theta / 3.0, l);
             break;
         }
-        case 4: {
+        case kReversalNode: {
             double l = scaled(4.0), d = std::sqrt(2.0) * l;
             propose(0, 3.0 * theta / 4.0, l);
             propose(1, 5.0 * theta / 8.0, d);
@@ -96,6 +101,7 @@ void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
         default:
             break;
     }
+    memo = {v->point, prev->point, next->point, v->interiorAngle, v->nodeClass};
 }
 
 void CMeshModel::ProcessBoundary(MeshVertexList& list) {
@@ -127,14 +133,16 @@ bool CMeshModel::FindRow(BoundaryDefinition& def, MeshVertexList list) {
     bool restricted = false;
     walk([&](MeshVertex* v) { return restricted = v->isShapeBoundary; });
 
-    auto low = [](const MeshVertex* v) { return v && (v->nodeClass == 0 || v->nodeClass == 1); };
+    auto low = [](const MeshVertex* v) {
+        return v && (v->nodeClass == kRightAngleNode || v->nodeClass == kEndNode);
+    };
     int zeros = 0, lows = 0, highs = 0;
     bool pairFound = false;
     walk([&](MeshVertex* v) {
         if (restricted && !v->isShapeBoundary) return false;
-        if (v->nodeClass == 0) ++zeros;
+        if (v->nodeClass == kRightAngleNode) ++zeros;
         if (low(v)) ++lows;
-        if (v->nodeClass == 3 || v->nodeClass == 4) ++highs;
+        if (v->nodeClass == kCornerNode || v->nodeClass == kReversalNode) ++highs;
         if (low(v) && low(v->next)) {
             def.first = v;
             def.last = v->next;
@@ -146,28 +154,28 @@ bool CMeshModel::FindRow(BoundaryDefinition& def, MeshVertexList list) {
     if (pairFound) return true;
 
     if (zeros >= 2)
-        def.kind = 1;
+        def.kind = kRowBetweenRightAngles;
     else if (zeros == 1)
-        def.kind = 0;
+        def.kind = kRowAtRightAngle;
     else if (lows >= 2)
-        def.kind = 2;
+        def.kind = kRowBetweenEnds;
     else if (lows == 1)
-        def.kind = 3;
+        def.kind = kRowAtEnd;
     else if (highs >= 1)
-        def.kind = 5;
+        def.kind = kRowAtSmallestAngle;
     else if (lows == 0 && highs == 0)
-        def.kind = 4;
+        def.kind = kRowAtSharpestSide;
     else
-        def.kind = 6;
+        def.kind = kNoRow;
 
     // Eligibility for the choice is by isFixed, not by isShapeBoundary as above.
     auto eligible = [&](const MeshVertex* v) { return !restricted || v->isFixed; };
     MeshVertex* found = nullptr;
     MeshVertex* second = nullptr;
     switch (def.kind) {
-        case 0:
-        case 3: {
-            int wanted = def.kind == 0 ? 0 : 1;
+        case kRowAtRightAngle:
+        case kRowAtEnd: {
+            int wanted = def.kind == kRowAtRightAngle ? kRightAngleNode : kEndNode;
             walk([&](MeshVertex* v) {
                 if (eligible(v) && v->nodeClass == wanted) found = v;
                 return found != nullptr;
@@ -177,10 +185,11 @@ bool CMeshModel::FindRow(BoundaryDefinition& def, MeshVertexList list) {
             def.last = found->prev;
             return true;
         }
-        case 1:
-        case 2: {
+        case kRowBetweenRightAngles:
+        case kRowBetweenEnds: {
             walk([&](MeshVertex* v) {
-                bool match = def.kind == 1 ? v->nodeClass == 0 : low(v);
+                bool match =
+                    def.kind == kRowBetweenRightAngles ? v->nodeClass == kRightAngleNode : low(v);
                 if (!eligible(v) || !match) return false;
                 if (!found)
                     found = v;
@@ -193,21 +202,24 @@ bool CMeshModel::FindRow(BoundaryDefinition& def, MeshVertexList list) {
             def.last = second;
             return true;
         }
-        case 4:
-        case 5: {
-            double best = def.kind == 4 ? 100.0 : 0.0;
+        case kRowAtSharpestSide:
+        case kRowAtSmallestAngle: {
+            double best = def.kind == kRowAtSharpestSide ? 100.0 : 0.0;
             bool any = false;
             walk([&](MeshVertex* v) {
                 if (!eligible(v)) return false;
-                if (def.kind == 5 && (v->nodeClass == 3 || v->nodeClass == 4)) return false;
-                if (def.kind == 4 ? v->interiorAngle < best : (!any || v->interiorAngle < best)) {
+                if (def.kind == kRowAtSmallestAngle &&
+                    (v->nodeClass == kCornerNode || v->nodeClass == kReversalNode))
+                    return false;
+                if (def.kind == kRowAtSharpestSide ? v->interiorAngle < best
+                                                   : (!any || v->interiorAngle < best)) {
                     best = v->interiorAngle;
                     found = v;
                     any = true;
                 }
                 return false;
             });
-            if (def.kind == 4) {
+            if (def.kind == kRowAtSharpestSide) {
                 if (!found) return false;
                 def.first = found->next;
                 def.last = found->prev;
@@ -231,9 +243,11 @@ void CMeshModel::AddRow(BoundaryDefinition& def, MeshVertexList& list) {
     MeshVertex* C = def.first->next;
     MeshVertex* B = C->prev;
     MeshVertex* A = B->prev;
-    auto low = [](const MeshVertex* v) { return v->nodeClass == 0 || v->nodeClass == 1; };
+    auto low = [](const MeshVertex* v) {
+        return v->nodeClass == kRightAngleNode || v->nodeClass == kEndNode;
+    };
 
-    if (def.kind == 4 || def.kind == 5) {
+    if (def.kind == kRowAtSharpestSide || def.kind == kRowAtSmallestAngle) {
         MeshVertex* P = NewVertex(B->rowPoints[0]);
         MeshVertex* Q = NewVertex(C->rowPoints[0]);
         vertices.push_back(P);
@@ -242,14 +256,14 @@ void CMeshModel::AddRow(BoundaryDefinition& def, MeshVertexList& list) {
         insertAfter(B, P);
         insertAfter(P, Q);
         setHead(list, C);
-    } else if (C->nodeClass == 3 && low(B) && A->nodeClass == 2) {
+    } else if (C->nodeClass == kCornerNode && low(B) && A->nodeClass == kSideNode) {
         MeshVertex* P = NewVertex(A->rowPoints[0]);
         vertices.push_back(P);
         quads.push_back(NewQuad(A, B, C, P));
         insertAfter(A, P);
         unlink(B);
         setHead(list, C->next);
-    } else if (A->nodeClass == 1 && B->nodeClass == 1 &&
+    } else if (A->nodeClass == kEndNode && B->nodeClass == kEndNode &&
                A->prev->point.dist(C->point) <= 1.1 * A->point.dist(B->point)) {
         quads.push_back(NewQuad(A->prev, A, B, C));
         unlink(A);
@@ -276,14 +290,14 @@ void CMeshModel::AddRowPortion(MeshVertex* v, MeshVertex* a, MeshVertex* b, Mesh
     (void)list;
     int fan = 0;  // elements laid round v
     switch (v->nodeClass) {
-        case 1:
-        case 2:
+        case kEndNode:
+        case kSideNode:
             fan = 1;
             break;
-        case 3:
+        case kCornerNode:
             fan = 2;
             break;
-        case 4:
+        case kReversalNode:
             fan = 3;
             break;
         default:
@@ -317,9 +331,7 @@ void CMeshModel::AdjustRow(BoundaryDefinition& def, MeshVertexList& list) {
 }
 
 bool CMeshModel::IsSmallInteriorAngle(MeshVertex* v) const {
-    int held = 0;
-    for (const Quad* q : quads)
-        if (q->HasVertex(v)) ++held;
+    const int held = ElementCountAt(v);
     double limit = held <= 4 ? 0.25 * M_PI : 0.05 * M_PI;
     return v->interiorAngle <= limit || v->interiorAngle >= 2.0 * M_PI;
 }
@@ -327,7 +339,11 @@ bool CMeshModel::IsSmallInteriorAngle(MeshVertex* v) const {
 bool CMeshModel::IsNegativeInteriorAngle(MeshVertex* a, MeshVertex* v, MeshVertex* b,
                                          MeshVertexList& list) const {
     (void)list;
-    for (const Quad* q : quads) {
+    // An element with both a and v as corners is filed under both, so the shorter list
+    // answers (or all elements, should both have grown longer than that).
+    const std::vector<Quad*>* held = a->quads.size() < v->quads.size() ? &a->quads : &v->quads;
+    if (held->size() > quads.size()) held = &quads;
+    for (const Quad* q : *held) {
         if (!q->HasVertex(a) || !q->HasVertex(v)) continue;
         MeshVertex* c = q->PrevCorner(v);
         if (!c) continue;
@@ -382,7 +398,8 @@ void CMeshModel::CheckForWedgeInsertion(MeshVertexList& list) {
             !v->isShapeBoundary && !v->prev->isShapeBoundary && !v->next->isShapeBoundary;
         bool longEdge = 2.0 * v->point.dist(v->prev->point) > 1.25 ||
                         2.0 * v->point.dist(v->next->point) > 1.25;
-        if (v->nodeClass == 2 && offBoundary && longEdge && v->interiorAngle > 183.0 * M_PI / 180.0)
+        if (v->nodeClass == kSideNode && offBoundary && longEdge &&
+            v->interiorAngle > 183.0 * M_PI / 180.0)
             wanted.push_back(v);
         v = v->next;
     } while (v != list.head && ++steps < WalkLimit());
@@ -409,7 +426,7 @@ void CMeshModel::CheckForTuckInsertion(BoundaryDefinition& def, MeshVertexList& 
     long long steps = 0;
     do {
         bool member =
-            v->nodeClass == 2 && !v->isShapeBoundary &&
+            v->nodeClass == kSideNode && !v->isShapeBoundary &&
             (2.0 * v->point.dist(v->next->point) < 0.9 || v->interiorAngle < 177.0 * M_PI / 180.0);
         if (member) {
             run.push_back(v);

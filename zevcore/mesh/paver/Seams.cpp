@@ -11,7 +11,7 @@ namespace Paver {
 namespace {
 
 bool low(const MeshVertex* v) {
-    return v->nodeClass == 0 || v->nodeClass == 1;
+    return v->nodeClass == kRightAngleNode || v->nodeClass == kEndNode;
 }
 
 // Steps along next from `from` to `to`; -1 when `to` is not met within `limit` steps.
@@ -23,10 +23,138 @@ long long stepsBetween(const MeshVertex* from, const MeshVertex* to, long long l
     return steps;
 }
 
+// The edges of one front filed in a uniform grid of cells about as large as two mean edges, each
+// edge under every cell that its box, grown on every side by half the edge's length, touches.
+// An edge that crosses another (even as the single-precision test decides it, which near
+// parallel edges can misjudge by a small fraction of an edge) has a point in that grown box,
+// so the cells of its own box find it.
+class FrontGrid {
+public:
+    // False when the front is not a clean circle or has a coordinate that is not finite:
+    // the caller then walks every pair.
+    bool build(const MeshVertexList& list, long long limit) {
+        m_nodes.clear();
+        MeshVertex* v = list.head;
+        if (!v) return false;
+        do {
+            if (!v->next || static_cast<long long>(m_nodes.size()) > limit) return false;
+            m_nodes.push_back(v);
+            v = v->next;
+        } while (v != list.head);
+        const size_t n = m_nodes.size();
+        if (n < 8) return false;
+        double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL, sum = 0.0;
+        for (const MeshVertex* u : m_nodes) {
+            const CPoint2D& p = u->point;
+            if (!std::isfinite(p.x) || !std::isfinite(p.y)) return false;
+            minX = std::min(minX, p.x), maxX = std::max(maxX, p.x);
+            minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+            sum += std::max(std::fabs(u->next->point.x - p.x), std::fabs(u->next->point.y - p.y));
+        }
+        // About two mean edges, and never many more cells than edges.
+        double extent = std::max(maxX - minX, maxY - minY);
+        double cell = std::max(2.0 * sum / static_cast<double>(n), extent / std::sqrt(4.0 * n));
+        if (!(cell > 0.0) || !std::isfinite(cell)) return false;
+        m_perCell = 1.0 / cell;
+        m_minX = minX;
+        m_minY = minY;
+        m_nx = static_cast<long long>((maxX - minX) / cell) + 1;
+        m_ny = static_cast<long long>((maxY - minY) / cell) + 1;
+        // Counting sort of the edges into their cells.
+        m_start.assign(static_cast<size_t>(m_nx * m_ny) + 1, 0);
+        m_boxes.resize(n);
+        for (size_t j = 0; j < n; ++j) {
+            const CPoint2D& a = m_nodes[j]->point;
+            const CPoint2D& b = m_nodes[j]->next->point;
+            Box& k = m_boxes[j];
+            k = box(a, b, 0.5 * std::max(std::fabs(a.x - b.x), std::fabs(a.y - b.y)));
+            for (long long y = k.y0; y <= k.y1; ++y)
+                for (long long x = k.x0; x <= k.x1; ++x)
+                    ++m_start[static_cast<size_t>(y * m_nx + x) + 1];
+        }
+        for (size_t c = 1; c < m_start.size(); ++c) m_start[c] += m_start[c - 1];
+        m_items.resize(m_start.back());
+        m_fill.assign(m_start.begin(), m_start.end() - 1);
+        for (size_t j = 0; j < n; ++j) {
+            const Box& k = m_boxes[j];
+            for (long long y = k.y0; y <= k.y1; ++y)
+                for (long long x = k.x0; x <= k.x1; ++x)
+                    m_items[m_fill[static_cast<size_t>(y * m_nx + x)]++] = j;
+        }
+        m_seen.assign(n, 0);
+        m_stamp = 0;
+        return true;
+    }
+
+    const std::vector<MeshVertex*>& nodes() const { return m_nodes; }
+
+    // The edges filed in the cells of the segment a-b, each once, in no particular order.
+    void edgesNear(const CPoint2D& a, const CPoint2D& b, std::vector<size_t>& out) {
+        out.clear();
+        ++m_stamp;
+        const Box k = box(a, b, 0.0);
+        for (long long y = k.y0; y <= k.y1; ++y)
+            for (long long x = k.x0; x <= k.x1; ++x) {
+                size_t c = static_cast<size_t>(y * m_nx + x);
+                for (size_t k = m_start[c]; k < m_start[c + 1]; ++k) {
+                    size_t j = m_items[k];
+                    if (m_seen[j] == m_stamp) continue;
+                    m_seen[j] = m_stamp;
+                    out.push_back(j);
+                }
+            }
+    }
+
+private:
+    struct Box {
+        long long x0, y0, x1, y1;
+    };
+
+    // The cells of the box of a-b grown by `grow` on every side.
+    Box box(const CPoint2D& a, const CPoint2D& b, double grow) const {
+        auto cellOf = [&](double value, double origin, long long count) {
+            double c = std::floor((value - origin) * m_perCell);
+            return static_cast<long long>(std::clamp(c, 0.0, static_cast<double>(count - 1)));
+        };
+        return {cellOf(std::min(a.x, b.x) - grow, m_minX, m_nx),
+                cellOf(std::min(a.y, b.y) - grow, m_minY, m_ny),
+                cellOf(std::max(a.x, b.x) + grow, m_minX, m_nx),
+                cellOf(std::max(a.y, b.y) + grow, m_minY, m_ny)};
+    }
+
+    std::vector<MeshVertex*> m_nodes;
+    std::vector<size_t> m_start, m_fill, m_items, m_seen;
+    std::vector<Box> m_boxes;
+    size_t m_stamp = 0;
+    double m_perCell = 1.0, m_minX = 0.0, m_minY = 0.0;
+    long long m_nx = 1, m_ny = 1;
+};
+
+// Walks the edges v->w of a front from its head, each with its line, skipping those that
+// start on the shape boundary, until `visit` answers true.
+template <class Visit>
+void walkFreeEdges(const MeshVertexList& list, long long limit, Visit&& visit) {
+    MeshVertex* v = list.head;
+    long long steps = 0;
+    do {
+        MeshVertex* w = v->next;
+        if (!v->isShapeBoundary && visit(v, w, CLine2D(v->point, w->point))) return;
+        v = w;
+    } while (v != list.head && ++steps < limit);
+}
+
+// Puts `to` in place of `from` in every element that has it. Every such element is filed under
+// `from`; the first ReplaceVertex moves the whole list, so it is copied before.
+void rehang(MeshVertex* from, MeshVertex* to) {
+    std::vector<Quad*> held = from->quads;
+    for (Quad* q : held)
+        if (q->HasVertex(from)) q->ReplaceVertex(from, to);
+}
+
 // Makes x and y one node and answers the survivor: a boundary node stays where it is and
 // survives; otherwise both meet half way and x survives. Every element holding the other one
 // is rehung on the survivor.
-MeshVertex* join(std::vector<Quad*>& quads, MeshVertex* x, MeshVertex* y) {
+MeshVertex* join(MeshVertex* x, MeshVertex* y) {
     MeshVertex* keep = x;
     MeshVertex* drop = y;
     if (y->isShapeBoundary) {
@@ -35,8 +163,7 @@ MeshVertex* join(std::vector<Quad*>& quads, MeshVertex* x, MeshVertex* y) {
     } else if (!x->isShapeBoundary) {
         x->point = (x->point + y->point) * 0.5;
     }
-    for (Quad* q : quads)
-        if (q->HasVertex(drop)) q->ReplaceVertex(drop, keep);
+    rehang(drop, keep);
     return keep;
 }
 
@@ -54,7 +181,7 @@ bool CMeshModel::Seam(MeshVertexList& list) {
                          !v->isShapeBoundary && !(a->isShapeBoundary && b->isShapeBoundary);
         if (qualifies) {
             IsTransitionSeamRequired(a, v, b);  // asked, and the seam is made whatever it says
-            MeshVertex* keep = join(quads, a, b);
+            MeshVertex* keep = join(a, b);
             MeshVertex* drop = keep == a ? b : a;
             for (MeshVertex* gone : {v, drop}) {
                 gone->prev->next = gone->next;
@@ -109,28 +236,52 @@ bool CMeshModel::SingleBoundaryIntersection(MeshVertexList& list, MeshVertex* ig
         candidates.push_back(c);
     };
 
-    const long long limit = WalkLimit();
-    MeshVertex* v = list.head;
-    long long outer = 0;
-    do {
-        MeshVertex* w = v->next;
-        if (!v->isShapeBoundary) {
-            CLine2D edge(v->point, w->point);
-            long long inner = 0;
-            for (MeshVertex* e = w->next->next; e != v && ++inner < limit; e = e->next) {
-                MeshVertex* f = e->next;
-                if (e->isShapeBoundary) continue;
-                if (e == w || f == v || f == w) continue;
-                if (!edge.Intersects(CLine2D(e->point, f->point))) continue;
-                consider(v, w, e, f);
-                consider(v->prev, v, e, f);
-                consider(w, w->next, e, f);
-                consider(v, w, e->prev, e);
-                consider(v, w, f, f->next);
+    auto crossing = [&](MeshVertex* v, MeshVertex* w, const CLine2D& edge, MeshVertex* e) {
+        MeshVertex* f = e->next;
+        if (e->isShapeBoundary) return;
+        if (e == w || f == v || f == w) return;
+        if (!edge.Intersects(CLine2D(e->point, f->point))) return;
+        consider(v, w, e, f);
+        consider(v->prev, v, e, f);
+        consider(w, w->next, e, f);
+        consider(v, w, e->prev, e);
+        consider(v, w, f, f->next);
+    };
+
+    FrontGrid grid;
+    if (!m_referenceIntersection && grid.build(list, WalkLimit())) {
+        // The same pairs in the same order as the walk below, from the edges near each edge.
+        const std::vector<MeshVertex*>& nodes = grid.nodes();
+        const size_t n = nodes.size();
+        std::vector<size_t> near;
+        for (size_t i = 0; i < n; ++i) {
+            MeshVertex* v = nodes[i];
+            if (v->isShapeBoundary) continue;
+            MeshVertex* w = v->next;
+            grid.edgesNear(v->point, w->point, near);
+            // The walk meets e from three steps after v round to the node before v, and skips
+            // boundary nodes; the few left are put in walk order.
+            size_t kept = 0;
+            for (size_t j : near) {
+                size_t step = (j + n - i) % n;
+                if (step < 3 || nodes[j]->isShapeBoundary) continue;
+                size_t at = kept++;
+                for (; at > 0 && near[at - 1] > step; --at) near[at] = near[at - 1];
+                near[at] = step;
             }
+            if (kept == 0) continue;
+            CLine2D edge(v->point, w->point);
+            for (size_t k = 0; k < kept; ++k) crossing(v, w, edge, nodes[(i + near[k]) % n]);
         }
-        v = w;
-    } while (v != list.head && ++outer < limit);
+    } else {
+        const long long limit = WalkLimit();
+        walkFreeEdges(list, limit, [&](MeshVertex* v, MeshVertex* w, const CLine2D& edge) {
+            long long inner = 0;
+            for (MeshVertex* e = w->next->next; e != v && ++inner < limit; e = e->next)
+                crossing(v, w, edge, e);
+            return false;
+        });
+    }
 
     // Only an even cut is made: an odd one would leave two fronts that cannot close in
     // quadrilaterals.
@@ -144,8 +295,8 @@ bool CMeshModel::SingleBoundaryIntersection(MeshVertexList& list, MeshVertex* ig
     MeshVertex* q1p = cut.q1->prev;
     MeshVertex* q2n = cut.q2->next;
     MeshVertex* p1p = cut.p1->prev;
-    MeshVertex* s1 = join(quads, cut.p2, cut.q1);
-    MeshVertex* s2 = join(quads, cut.p1, cut.q2);
+    MeshVertex* s1 = join(cut.p2, cut.q1);
+    MeshVertex* s2 = join(cut.p1, cut.q2);
     s1->next = p2n;
     p2n->prev = s1;
     s1->prev = q1p;
@@ -174,50 +325,72 @@ bool CMeshModel::MultipleBoundaryIntersection(MeshVertexList& list) {
                               [&](const MeshVertexList& f) { return !(f == list); });
     if (other == fronts.end() || !other->head) return false;
 
+    // The first crossing pair, in walk order of this front and then of the other.
+    auto crosses = [&](MeshVertex* v, MeshVertex* w, const CLine2D& edge, MeshVertex* p) {
+        MeshVertex* q = p->next;
+        bool shares = p == v || p == w || q == v || q == w;
+        return !p->isShapeBoundary && !shares && edge.Intersects(CLine2D(p->point, q->point)) &&
+               !w->isShapeBoundary && !q->isShapeBoundary;
+    };
+    MeshVertex* v = nullptr;
+    MeshVertex* p = nullptr;
     const long long limit = WalkLimit();
-    MeshVertex* v = list.head;
-    long long outer = 0;
-    do {
-        MeshVertex* w = v->next;
-        if (!v->isShapeBoundary) {
-            CLine2D edge(v->point, w->point);
-            MeshVertex* p = other->head;
-            long long inner = 0;
-            do {
-                MeshVertex* q = p->next;
-                bool shares = p == v || p == w || q == v || q == w;
-                if (!p->isShapeBoundary && !shares &&
-                    edge.Intersects(CLine2D(p->point, q->point)) && !w->isShapeBoundary &&
-                    !q->isShapeBoundary) {
-                    for (Quad* quad : quads) {
-                        if (quad->HasVertex(p)) quad->ReplaceVertex(p, w);
-                        if (quad->HasVertex(q)) quad->ReplaceVertex(q, v);
-                    }
-                    MeshVertex* qn = q->next;
-                    MeshVertex* pp = p->prev;
-                    v->next = qn;
-                    qn->prev = v;
-                    w->prev = pp;
-                    pp->next = w;
-
-                    MeshVertexList at{w, w->prev};
-                    while (at.MoreThanSixVertices() && Seam(at)) {
-                    }
-                    list = at;
-                    SmoothBoundary(list, nullptr, nullptr);
-                    while (list.MoreThanSixVertices() && Seam(list)) {
-                    }
-                    // The other front is now part of this one: its entry goes, and nothing
-                    // of it is closed or frozen on its own.
-                    fronts.erase(other);
+    FrontGrid grid;
+    if (!m_referenceIntersection && grid.build(*other, limit)) {
+        const std::vector<MeshVertex*>& nodes = grid.nodes();
+        std::vector<size_t> near;
+        walkFreeEdges(list, limit, [&](MeshVertex* u, MeshVertex* w, const CLine2D& edge) {
+            if (w->isShapeBoundary) return false;
+            grid.edgesNear(u->point, w->point, near);
+            std::sort(near.begin(), near.end());
+            for (size_t j : near)
+                if (crosses(u, w, edge, nodes[j])) {
+                    v = u;
+                    p = nodes[j];
                     return true;
                 }
-                p = q;
-            } while (p != other->head && ++inner < limit);
-        }
-        v = w;
-    } while (v != list.head && ++outer < limit);
-    return false;
+            return false;
+        });
+    } else {
+        walkFreeEdges(list, limit, [&](MeshVertex* u, MeshVertex* w, const CLine2D& edge) {
+            MeshVertex* r = other->head;
+            long long inner = 0;
+            do {
+                if (crosses(u, w, edge, r)) {
+                    v = u;
+                    p = r;
+                    return true;
+                }
+                r = r->next;
+            } while (r != other->head && ++inner < limit);
+            return false;
+        });
+    }
+    if (!v) return false;
+
+    MeshVertex* w = v->next;
+    MeshVertex* q = p->next;
+    // The two rehangings touch different lists, so their order is free.
+    rehang(p, w);
+    rehang(q, v);
+    MeshVertex* qn = q->next;
+    MeshVertex* pp = p->prev;
+    v->next = qn;
+    qn->prev = v;
+    w->prev = pp;
+    pp->next = w;
+
+    MeshVertexList at{w, w->prev};
+    while (at.MoreThanSixVertices() && Seam(at)) {
+    }
+    list = at;
+    SmoothBoundary(list, nullptr, nullptr);
+    while (list.MoreThanSixVertices() && Seam(list)) {
+    }
+    // The other front is now part of this one: its entry goes, and nothing of it is closed or
+    // frozen on its own.
+    fronts.erase(other);
+    return true;
 }
 
 void CMeshModel::RemoveBoundary(MeshVertexList list) {

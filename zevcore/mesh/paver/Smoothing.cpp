@@ -3,26 +3,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_map>
 
 #include "zevcore/mesh/paver/MeshModel.h"
 
 namespace Paver {
-
-namespace {
-
-// Adds q to the element lists of its distinct corners, the way a scan with HasVertex would
-// find it.
-void indexQuad(std::unordered_map<MeshVertex*, std::vector<Quad*>>& index, Quad* q) {
-    for (int i = 0; i < 4; ++i) {
-        MeshVertex* c = q->corners[i];
-        bool seen = false;
-        for (int k = 0; k < i; ++k) seen = seen || q->corners[k] == c;
-        if (c && !seen) index[c].push_back(q);
-    }
-}
-
-}  // namespace
 
 void CMeshModel::Smooth(MeshVertexList& list) {
     SmoothBoundary(list, nullptr, nullptr);
@@ -38,33 +22,22 @@ void CMeshModel::SmoothBoundary(MeshVertexList& list, MeshVertex* first, MeshVer
     if (!first) return;
     MeshVertex* stop = first->prev;
 
-    // Smoothing moves nodes and never changes which elements hold them, so one index serves
-    // the whole walk; it lists each node's elements in the order of `quads`, as a scan would.
-    std::unordered_map<MeshVertex*, std::vector<Quad*>> index;
-    if (!m_referenceSmoothing) {
-        index.reserve(quads.size());
-        for (Quad* q : quads) indexQuad(index, q);
-    }
-    std::vector<Quad*> scanned;
-    static const std::vector<Quad*> kNone;
-
+    std::vector<Quad*> found;
     const long long limit = WalkLimit();
     long long steps = 0;
     MeshVertex* v = first;
     for (;;) {
-        bool skip = v->isFixed || (v->prev && v->prev->nodeClass == 3) ||
-                    (v->next && v->next->nodeClass == 3);
+        bool skip = v->isFixed || (v->prev && v->prev->nodeClass == kCornerNode) ||
+                    (v->next && v->next->nodeClass == kCornerNode);
         if (!skip) {
-            const std::vector<Quad*>* found = &kNone;
             if (m_referenceSmoothing) {
-                scanned.clear();
+                found.clear();
                 for (Quad* q : quads)
-                    if (q->HasVertex(v)) scanned.push_back(q);
-                found = &scanned;
-            } else if (auto it = index.find(v); it != index.end()) {
-                found = &it->second;
+                    if (q->HasVertex(v)) found.push_back(q);
+            } else {
+                ElementsAt(v, found);
             }
-            if (!found->empty()) smoothBoundaryNode(v, *found);
+            if (!found.empty()) smoothBoundaryNode(v, found);
         }
         v = v->next;
         if (!v || v == last || v == stop || ++steps >= limit) break;
@@ -144,7 +117,18 @@ void CMeshModel::SmoothInterior() {
         v->isFixed = true;
     });
 
-    for (MeshVertex* v : vertices) {
+    // Extended mode keeps a list of the nodes that may still move, so that a pass costs what
+    // moves rather than the whole mesh; a node that reached the count leaves the list (its
+    // count then stops rising, the one difference).
+    std::vector<MeshVertex*>* pool = &vertices;
+    if (m_extended) {
+        for (; m_movableSeen < vertices.size(); ++m_movableSeen)
+            if (!vertices[m_movableSeen]->isShapeBoundary)
+                m_movable.push_back(vertices[m_movableSeen]);
+        std::erase_if(m_movable, [](const MeshVertex* v) { return v->smoothCount >= 51; });
+        pool = &m_movable;
+    }
+    for (MeshVertex* v : *pool) {
         if (v->isFixed || v->isShapeBoundary) continue;
         if (v->smoothCount++ >= 51) continue;
         CVector2D T(0.0f, 0.0f);
@@ -186,6 +170,12 @@ void CMeshModel::RemoveQuad(Quad* q) {
 }
 
 void CMeshModel::CleanupMesh() {
+    // Extended mode repairs concave elements by moving a free corner before anything is
+    // removed, so that no removal opens a hole.
+    if (m_extended) {
+        for (int round = 0; round < 5 && FixConcaveQuads() > 0; ++round) {
+        }
+    }
     // Phase 1: dissolve the first flat node held by exactly two elements.
     for (Quad* q : quads) {
         CVector2D e[4];
@@ -210,17 +200,23 @@ void CMeshModel::CleanupMesh() {
         break;
     }
 
+    // Extended mode never removes an element: a removal would leave its area uncovered.
+    if (m_extended) return;
+
     // Phase 2: the list of concave elements is never emptied, so only the first one found is
-    // removed; a second keeps the warning coming until the cap.
-    std::vector<Quad*> concave;
-    for (int round = 0; round < 100; ++round) {
-        auto found = std::find_if(quads.begin(), quads.end(),
-                                  [](const Quad* q) { return q->IsConcaveQuad(); });
-        if (found == quads.end()) break;
-        concave.push_back(*found);
-        putUpMessage("Warning: Concave element removed.");
-        if (concave.size() == 1) RemoveQuad(concave.front());
-    }
+    // removed; a second keeps the warning coming until the cap of 100 rounds. Nothing changes
+    // after the second is found, so its rounds are counted rather than searched again; the
+    // search for it goes on from where the first was, since nothing before that is concave.
+    auto concave = [](const Quad* q) { return q->IsConcaveQuad(); };
+    auto found = std::find_if(quads.begin(), quads.end(), concave);
+    if (found == quads.end()) return;
+    putUpMessage("Warning: Concave element removed.");
+    size_t at = static_cast<size_t>(found - quads.begin());
+    RemoveQuad(*found);
+    if (std::find_if(quads.begin() + static_cast<std::ptrdiff_t>(at), quads.end(), concave) ==
+        quads.end())
+        return;
+    for (int round = 1; round < 100; ++round) putUpMessage("Warning: Concave element removed.");
 }
 
 bool CMeshModel::SplitQuad(Quad& q) {
