@@ -100,42 +100,38 @@ TEST(RegistryStress, SeveralProcessesWritingOverlappingKeysLoseNothing) {
     expectAllPresent(store, acks, kWorkers * kWrites);
 }
 
-TEST(RegistryStress, KilledWritersLeaveAWholeStoreWithEveryAcknowledgedWrite) {
-    TempDir dir;
-    const std::string store = dir.file("registry.db"), acks = dir.file("acks");
-    std::mt19937 random(20261122);
+// Four rounds of writers killed while they write: each round starts `writers` workers and
+// kills them once `acksPerRound` more writes are acknowledged (waiting at most 10 s for slow
+// starts), after a random pause.
+void killWritersInRounds(const std::string& store, const std::string& acks, int writers,
+                         size_t acksPerRound, bool batched, unsigned seed) {
+    std::mt19937 random(seed);
     for (int round = 0; round < 4; ++round) {
         std::vector<pid_t> workers;
-        for (int w = 0; w < 3; ++w) workers.push_back(startWorker(store, acks, round * 10 + w, 0));
-        // Kill them while they write: once a few more writes are acknowledged (waiting at
-        // most 10 s for slow starts), after a random pause.
+        for (int w = 0; w < writers; ++w)
+            workers.push_back(startWorker(store, acks, round * 10 + w, 0, batched));
         const size_t before = acknowledged(acks).size();
         const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (acknowledged(acks).size() < before + 5 && std::chrono::steady_clock::now() < giveUp)
+        while (acknowledged(acks).size() < before + acksPerRound &&
+               std::chrono::steady_clock::now() < giveUp)
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         std::this_thread::sleep_for(std::chrono::milliseconds(random() % 60));
         for (pid_t pid : workers) kill(pid, SIGKILL);
         for (pid_t pid : workers) EXPECT_EQ(exitCode(pid), -SIGKILL);
     }
+}
+
+TEST(RegistryStress, KilledWritersLeaveAWholeStoreWithEveryAcknowledgedWrite) {
+    TempDir dir;
+    const std::string store = dir.file("registry.db"), acks = dir.file("acks");
+    killWritersInRounds(store, acks, 3, 5, false, 20261122);
     expectAllPresent(store, acks, 4 * 5);
 }
 
 TEST(RegistryStress, AKilledBatchLeavesAllOfItOrNone) {
     TempDir dir;
     const std::string store = dir.file("registry.db"), acks = dir.file("acks");
-    std::mt19937 random(20261124);
-    for (int round = 0; round < 4; ++round) {
-        std::vector<pid_t> workers;
-        for (int w = 0; w < 2; ++w)
-            workers.push_back(startWorker(store, acks, round * 10 + w, 0, true));
-        const size_t before = acknowledged(acks).size();
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-        while (acknowledged(acks).size() < before + 3 && std::chrono::steady_clock::now() < giveUp)
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-        std::this_thread::sleep_for(std::chrono::milliseconds(random() % 40));
-        for (pid_t pid : workers) kill(pid, SIGKILL);
-        for (pid_t pid : workers) EXPECT_EQ(exitCode(pid), -SIGKILL);
-    }
+    killWritersInRounds(store, acks, 2, 3, true, 20261124);
     CZEVFileSettingsStore reopened(store.c_str());
     const IZEVSettingsStore::KeyId root = reopened.RootKey(HKEY_CURRENT_USER);
     int keysSeen = 0;
