@@ -65,8 +65,8 @@ ZEVFontMetrics CZEVHeadlessGdi::Metrics(const LOGFONTA& font) {
         // -2^31 has no positive twin; clamp before negating.
         const LONG character = font.lfHeight == INT32_MIN ? INT32_MAX : -font.lfHeight;
         m.internalLeading = character / 4;
-        m.height = character > INT32_MAX - m.internalLeading ? INT32_MAX
-                                                              : character + m.internalLeading;
+        m.height =
+            character > INT32_MAX - m.internalLeading ? INT32_MAX : character + m.internalLeading;
     }
     return m;
 }
@@ -124,9 +124,9 @@ BOOL CImageList::Create(UINT id, int cx, int grow, COLORREF mask) {
         cell.pixels.reserve(static_cast<std::size_t>(cx) * static_cast<std::size_t>(whole.height));
         for (int y = 0; y < whole.height; ++y) {
             for (int x = left; x < left + cx; ++x) {
-                const COLORREF p =
-                    whole.pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(whole.width) +
-                                 static_cast<std::size_t>(x)];
+                const COLORREF p = whole.pixels[static_cast<std::size_t>(y) *
+                                                    static_cast<std::size_t>(whole.width) +
+                                                static_cast<std::size_t>(x)];
                 cell.pixels.push_back(p == mask ? 0xFFFFFFFFu : p);
             }
         }

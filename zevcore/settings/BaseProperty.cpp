@@ -64,16 +64,25 @@ CBaseProperty::CBaseProperty(const CString& name, const CString& text, const CSt
 
 CBaseProperty::CBaseProperty(const CString& name, int headerItems, bool expanded,
                              const CString& help)
-    : m_name(name), m_help(help), m_canEditText(false), m_headerItems(headerItems),
+    : m_name(name),
+      m_help(help),
+      m_canEditText(false),
+      m_headerItems(headerItems),
       m_expanded(expanded) {
     set_data_help();
 }
 
 CBaseProperty::CBaseProperty(const CBaseProperty& other)
-    : m_name(other.m_name), m_text(other.m_text), m_help(other.m_help),
-      m_dataHelp(other.m_dataHelp), m_canEditText(other.m_canEditText),
-      m_headerItems(other.m_headerItems), m_expanded(other.m_expanded),
-      m_canGroupEdit(other.m_canGroupEdit), m_varies(other.m_varies), m_userId(other.m_userId) {}
+    : m_name(other.m_name),
+      m_text(other.m_text),
+      m_help(other.m_help),
+      m_dataHelp(other.m_dataHelp),
+      m_canEditText(other.m_canEditText),
+      m_headerItems(other.m_headerItems),
+      m_expanded(other.m_expanded),
+      m_canGroupEdit(other.m_canGroupEdit),
+      m_varies(other.m_varies),
+      m_userId(other.m_userId) {}
 
 CBaseProperty& CBaseProperty::operator=(const CBaseProperty& other) = default;
 CBaseProperty::~CBaseProperty() = default;
@@ -84,8 +93,8 @@ bool CBaseProperty::operator==(const CBaseProperty& o) const {
            m_useReadOnlyColor == o.m_useReadOnlyColor && m_highlighted == o.m_highlighted &&
            m_headerItems == o.m_headerItems && m_expanded == o.m_expanded &&
            m_canGroupEdit == o.m_canGroupEdit && m_visible == o.m_visible &&
-           m_varies == o.m_varies && m_resetAfterUse == o.m_resetAfterUse &&
-           m_dirty == o.m_dirty && m_userId == o.m_userId;
+           m_varies == o.m_varies && m_resetAfterUse == o.m_resetAfterUse && m_dirty == o.m_dirty &&
+           m_userId == o.m_userId;
 }
 
 void CBaseProperty::name(const CString& name) {
@@ -140,7 +149,8 @@ CString CBaseProperty::base_data_help() const {
         if (m_canEditText)
             help.Format("%s is not the same for all objects.  Click to edit.", m_name.GetString());
         else
-            help.Format("%s is not the same for all objects, and is read-only.", m_name.GetString());
+            help.Format("%s is not the same for all objects, and is read-only.",
+                        m_name.GetString());
     } else if (m_canEditText) {
         help.Format("Click to edit '%s'.", m_name.GetString());
     } else if (!m_help.IsEmpty()) {
@@ -222,9 +232,10 @@ void CBaseProperty::setup_value(CPropertyGrid& grid, int row, const CString& tex
 
 // ---- CTextProperty -----------------------------------------------------------------------
 
-CTextProperty::CTextProperty(const CString& name, const CString& help, bool canEdit,
-                             int minLength, int maxLength)
-    : CBaseProperty(name, CString(), help, canEdit), m_minLength(minLength),
+CTextProperty::CTextProperty(const CString& name, const CString& help, bool canEdit, int minLength,
+                             int maxLength)
+    : CBaseProperty(name, CString(), help, canEdit),
+      m_minLength(minLength),
       m_maxLength(maxLength) {
     set_data_help();
 }
@@ -300,14 +311,17 @@ const char* CTextProperty::change_notice(CPropertyGrid&, int, int, int msg, long
 
 void CTextProperty::setup(CPropertyGrid& grid, int row) const {
     CBaseProperty::setup(grid, row);
-    setup_value(grid, row, m_text, has_dialog() ? grid.GetCellTypeIndex(UGCT_ELLIPSIS) : UGCT_NORMAL);
+    setup_value(grid, row, m_text,
+                has_dialog() ? grid.GetCellTypeIndex(UGCT_ELLIPSIS) : UGCT_NORMAL);
 }
 
 // ---- CIntegerProperty --------------------------------------------------------------------
 
 CIntegerProperty::CIntegerProperty(const CString& name, const CString& help, int spinDelta,
                                    int lower, int upper)
-    : CBaseProperty(name, CString(), help, true), m_spinDelta(spinDelta), m_lower(lower),
+    : CBaseProperty(name, CString(), help, true),
+      m_spinDelta(spinDelta),
+      m_lower(lower),
       m_upper(upper) {
     set_data_help();
 }
@@ -395,14 +409,17 @@ void CIntegerProperty::setup(CPropertyGrid& grid, int row) const {
     CBaseProperty::setup(grid, row);
     CString shown;
     shown.Format("%d", m_value);
-    setup_value(grid, row, shown, m_spinDelta != 0 ? grid.GetCellTypeIndex(UGCT_SPIN_BUTTON) : UGCT_NORMAL);
+    setup_value(grid, row, shown,
+                m_spinDelta != 0 ? grid.GetCellTypeIndex(UGCT_SPIN_BUTTON) : UGCT_NORMAL);
 }
 
 // ---- CDoubleProperty ---------------------------------------------------------------------
 
 CDoubleProperty::CDoubleProperty(const CString& name, const CString& help, double spinDelta,
                                  double lower, double upper)
-    : CBaseProperty(name, CString(), help, true), m_spinDelta(spinDelta), m_lower(lower),
+    : CBaseProperty(name, CString(), help, true),
+      m_spinDelta(spinDelta),
+      m_lower(lower),
       m_upper(upper) {
     set_data_help();
 }
@@ -545,7 +562,8 @@ void CPhysicalProperty::setup_edit(CPropertyGrid& grid, CEdit** edit) const {
 void CPhysicalProperty::setup(CPropertyGrid& grid, int row) const {
     CBaseProperty::setup(grid, row);
     const bool spins = m_canEditText && m_spinDelta != 0.0;
-    setup_value(grid, row, shown_value(), spins ? grid.GetCellTypeIndex(UGCT_SPIN_BUTTON) : UGCT_NORMAL);
+    setup_value(grid, row, shown_value(),
+                spins ? grid.GetCellTypeIndex(UGCT_SPIN_BUTTON) : UGCT_NORMAL);
 }
 
 // ---- CCheckBoxProperty -------------------------------------------------------------------
@@ -872,8 +890,8 @@ void CColorProperty::setup(CPropertyGrid& grid, int row) const {
     cell.SetReadOnly(true);
     cell.SetBackColor(m_color);
     cell.SetHBackColor(m_color);
-    const double weight = 0.3 * GetRValue(m_color) + 0.59 * GetGValue(m_color) +
-                          0.11 * GetBValue(m_color);
+    const double weight =
+        0.3 * GetRValue(m_color) + 0.59 * GetGValue(m_color) + 0.11 * GetBValue(m_color);
     cell.SetTextColor(weight <= 128.0 ? RGB(255, 255, 255) : RGB(0, 0, 0));
     cell.SetHTextColor(0x808080);
     cell.SetBorder(UG_BDR_SUNKEN);

@@ -32,11 +32,11 @@ enum ETCBStyle : int { CB_ON_OFF = 0, CB_YES_NO = 1, CB_NONE = 2 };
 // The notices of the grid's cell types, with `param` as told.
 inline constexpr int CN_SPIN_UP = 16;
 inline constexpr int CN_SPIN_DOWN = 17;
-inline constexpr int CN_CHECK = 53;        ///< param: the new state
-inline constexpr int CN_ELLIPSIS = 100;    ///< the [...] button
-inline constexpr int CN_LIST_DONE = 101;   ///< the drop list closed on a choice
-inline constexpr int CN_LIST_PICK = 108;   ///< param: the row picked
-inline constexpr int CN_EDIT_FINISH = 237; ///< param: the text (const char*), or 0
+inline constexpr int CN_CHECK = 53;         ///< param: the new state
+inline constexpr int CN_ELLIPSIS = 100;     ///< the [...] button
+inline constexpr int CN_LIST_DONE = 101;    ///< the drop list closed on a choice
+inline constexpr int CN_LIST_PICK = 108;    ///< param: the row picked
+inline constexpr int CN_EDIT_FINISH = 237;  ///< param: the text (const char*), or 0
 
 /// The answer to a notice that a correct grid never sends.
 inline constexpr const char* kProgrammerError = "Programmer Error";
@@ -47,6 +47,9 @@ public:
     CBaseProperty(const CString& name, const CString& text, const CString& help, bool canEdit);
     /// A section header owning the `headerItems` properties that follow it.
     CBaseProperty(const CString& name, int headerItems, bool expanded, const CString& help);
+    /// The header form for a literal help text, which the text form would also accept.
+    CBaseProperty(const CString& name, int headerItems, bool expanded, const char* help)
+        : CBaseProperty(name, headerItems, expanded, CString(help)) {}
     /// A copy starts clean, unhighlighted, visible and without reset after use.
     CBaseProperty(const CBaseProperty& other);
     /// Assignment copies every field, dirty and varies included.
@@ -167,8 +170,7 @@ private:
 
 class ZEVCORE_API CIntegerProperty : public CBaseProperty {
 public:
-    CIntegerProperty(const CString& name, const CString& help, int spinDelta, int lower,
-                     int upper);
+    CIntegerProperty(const CString& name, const CString& help, int spinDelta, int lower, int upper);
 
     void setup(CPropertyGrid& grid, int row) const override;
     const char* change_notice(CPropertyGrid& grid, int col, int row, int msg, long param) override;
@@ -230,8 +232,8 @@ protected:
 /// A double in the internal unit of a category, typed and shown in the current unit style.
 class ZEVCORE_API CPhysicalProperty : public CDoubleProperty {
 public:
-    CPhysicalProperty(const CString& name, ETUnit quantity, const CString& help,
-                      double spinDelta, double lower, double upper);
+    CPhysicalProperty(const CString& name, ETUnit quantity, const CString& help, double spinDelta,
+                      double lower, double upper);
 
     void setup(CPropertyGrid& grid, int row) const override;
     /// The entry is read from the grid's units field, not from the text.

@@ -390,9 +390,9 @@ CString CPropertyGrid::hintFor(int col, int row) const {
         return p->help();
     }
     if (col == 0 && GetNumberCols() == 3) {
-        text.Format(p->expanded() ? "Click to hide the '%s' section."
-                                  : "Click to show the '%s' section.",
-                    p->name().GetString());
+        text.Format(
+            p->expanded() ? "Click to hide the '%s' section." : "Click to show the '%s' section.",
+            p->name().GetString());
     } else if (!p->help().IsEmpty()) {
         text = p->help();
     } else {
