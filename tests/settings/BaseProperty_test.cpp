@@ -67,8 +67,10 @@ TEST_F(PropertyTest, DoubleEntriesLimitsAndTheSpinDeltaQuirk) {
     CDoubleProperty p("Depth", "", 0.5, 0.0, 100.0);
     EXPECT_EQ(finish(p, "12.5 in"), nullptr);
     EXPECT_EQ(p.value(), 12.5);
-    EXPECT_STREQ(finish(p, "deep"), "This does not appear to be a number, please correct your entry.");
-    EXPECT_STREQ(finish(p, "nan"), "This does not appear to be a number, please correct your entry.");
+    EXPECT_STREQ(finish(p, "deep"),
+                 "This does not appear to be a number, please correct your entry.");
+    EXPECT_STREQ(finish(p, "nan"),
+                 "This does not appear to be a number, please correct your entry.");
     EXPECT_STREQ(finish(p, "-1"),
                  "Lower limit for 'Depth' is 0.000000, please enter a larger value.");
     EXPECT_STREQ(finish(p, "1e3"),
@@ -79,7 +81,8 @@ TEST_F(PropertyTest, DoubleEntriesLimitsAndTheSpinDeltaQuirk) {
     EXPECT_EQ(p.upper_limit(), 100.0);
     p.set_upper_limit(10.0);
     EXPECT_EQ(p.value(), 10.0);  // moved inside, not by a user
-    EXPECT_EQ(p.data_help(), "Click to edit 'Depth'.  Click arrows for +/- 0.5.  Enter a value <= 10.");
+    EXPECT_EQ(p.data_help(),
+              "Click to edit 'Depth'.  Click arrows for +/- 0.5.  Enter a value <= 10.");
 
     zevtest::ScopedDecimalCommaLocale comma;
     EXPECT_EQ(finish(p, "2.25"), nullptr);
@@ -88,7 +91,8 @@ TEST_F(PropertyTest, DoubleEntriesLimitsAndTheSpinDeltaQuirk) {
 
 TEST_F(PropertyTest, TextLengthsAndTheirHelp) {
     CTextProperty p("Title", "", true, 1, 5);
-    EXPECT_STREQ(finish(p, ""), "Minimum length for 'Title' is 1 characters, please add more text.");
+    EXPECT_STREQ(finish(p, ""),
+                 "Minimum length for 'Title' is 1 characters, please add more text.");
     EXPECT_STREQ(finish(p, "Lintel"),
                  "Maximum length for 'Title' is 5 characters, please shorten the text.");
     EXPECT_EQ(finish(p, "Beam"), nullptr);

@@ -62,7 +62,8 @@ TEST(PreferenceItem, StoredBytesToTheByte) {
     EXPECT_EQ(f.substr(16, 4), std::string("\xbc\x02\x00\x00", 4));
     EXPECT_EQ(f.substr(28, 5), std::string("Mono\0", 5));
 
-    EXPECT_EQ(bytesOf(CColorPreference("Back", 0, RGB(1, 2, 3))), std::string("\x01\x02\x03\x00", 4));
+    EXPECT_EQ(bytesOf(CColorPreference("Back", 0, RGB(1, 2, 3))),
+              std::string("\x01\x02\x03\x00", 4));
 }
 
 TEST(PreferenceItem, ShortOrUnendedStoredDataIsNeverOverread) {
@@ -169,9 +170,10 @@ TEST(PreferenceItem, OldAndUnknownVersions) {
     EXPECT_EQ(static_cast<CListProperty*>(list->GetProperty())->list_size(), 0);
     delete list;
 
-    CQuantityPreference* q = static_cast<CQuantityPreference*>(
-        RUNTIME_CLASS(CQuantityPreference)->CreateObject());
-    load(archived([](CArchive& ar) { ar << 1 << 5.0 << 1.0 << 0.0 << 9.0 << 1 << CString("Q") << 0; }),
+    CQuantityPreference* q =
+        static_cast<CQuantityPreference*>(RUNTIME_CLASS(CQuantityPreference)->CreateObject());
+    load(archived(
+             [](CArchive& ar) { ar << 1 << 5.0 << 1.0 << 0.0 << 9.0 << 1 << CString("Q") << 0; }),
          [&](CArchive& ar) { q->Serialize(ar); });
     EXPECT_EQ(q->GetQuantity(), UNIT_UNITLESS);
     EXPECT_EQ(q->GetProperty(), nullptr);
@@ -212,13 +214,19 @@ struct Tree {
         const int style = manager.AddGroup("Style", 0, units);
         const int colours = manager.AddGroup("Colours", 0, display);
         manager.AddPreference(1, new CIntPreference("Decimals", 0, 2, 7, 0), style);
-        manager.AddPreference(2, new CQuantityPreference("Span", 0, UNIT_LENGTH_SMALL, 120.0, 1.0, 0.0, 1e4), style);
-        manager.AddPreference(3, new CColorPreference("Background", 0, RGB(255, 255, 255)), colours);
+        manager.AddPreference(
+            2, new CQuantityPreference("Span", 0, UNIT_LENGTH_SMALL, 120.0, 1.0, 0.0, 1e4), style);
+        manager.AddPreference(3, new CColorPreference("Background", 0, RGB(255, 255, 255)),
+                              colours);
         manager.AddPreference(4, new CStringPreference("Title", 0, "Frame"), colours);
     }
     CIntPreference& decimals() { return *static_cast<CIntPreference*>(manager.GetPreference(1)); }
-    CQuantityPreference& span() { return *static_cast<CQuantityPreference*>(manager.GetPreference(2)); }
-    CStringPreference& title() { return *static_cast<CStringPreference*>(manager.GetPreference(4)); }
+    CQuantityPreference& span() {
+        return *static_cast<CQuantityPreference*>(manager.GetPreference(2));
+    }
+    CStringPreference& title() {
+        return *static_cast<CStringPreference*>(manager.GetPreference(4));
+    }
     CountingManager manager;
 };
 
@@ -271,7 +279,8 @@ TEST(PreferenceManager, StoreReadAndWrite) {
     EXPECT_EQ(fresh.span().GetValue(), 150.0);
     EXPECT_EQ(fresh.title().GetString(), "Portal");
     fresh.manager.WritePreferencesToRegistry();
-    RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\ZEV\\Frame Designer\\Units\\Style", 0, KEY_READ, &key);
+    RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\ZEV\\Frame Designer\\Units\\Style", 0, KEY_READ,
+                  &key);
     EXPECT_EQ(RegQueryValueExA(key, "Retired", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
     RegCloseKey(key);
 }
@@ -281,7 +290,8 @@ TEST(PreferenceManager, AnArchiveKeepsTheShapeAndNeverAValue) {
     const std::string bytes = archived([&](CArchive& ar) { t.manager.Serialize(ar); });
     // Version, 2 categories, 2 groups, then the keys 1..4 in the array form.
     EXPECT_EQ(bytes.substr(0, 8), std::string("\x02\0\0\0\x02\0\0\0", 8));
-    EXPECT_EQ(bytes.substr(bytes.size() - 18), std::string("\x04\0\x01\0\0\0\x02\0\0\0\x03\0\0\0\x04\0\0\0", 18));
+    EXPECT_EQ(bytes.substr(bytes.size() - 18),
+              std::string("\x04\0\x01\0\0\0\x02\0\0\0\x03\0\0\0\x04\0\0\0", 18));
 
     Tree other("App");
     other.decimals().SetValue(6);

@@ -41,7 +41,9 @@ protected:
         grid.SetWindowSize(300, 200);
         ASSERT_TRUE(grid.GetGroup() == &group);
     }
-    CString valueText(int row) const { return grid.DrawnCell(grid.GetPropertyColumn(), row).GetText(); }
+    CString valueText(int row) const {
+        return grid.DrawnCell(grid.GetPropertyColumn(), row).GetText();
+    }
 
     Group group;
     CPropertyGrid grid;

@@ -71,7 +71,8 @@ LOGFONTA unpackFont(const unsigned char* in) {
 IMPLEMENT_DYNAMIC(CPreferenceItem, CObject)
 
 CPreferenceItem::CPreferenceItem() : m_name(kNameNotSet) {}
-CPreferenceItem::CPreferenceItem(CString name, unsigned int id) : m_name(std::move(name)), m_id(id) {}
+CPreferenceItem::CPreferenceItem(CString name, unsigned int id)
+    : m_name(std::move(name)), m_id(id) {}
 CPreferenceItem::~CPreferenceItem() = default;
 
 const CBitmap& CPreferenceItem::GetBitmap() const {
@@ -203,8 +204,8 @@ IMPLEMENT_SERIAL(CDoublePreference, CPreferenceItem, 1)
 
 CDoublePreference::CDoublePreference() : m_property(kNameNotSet, "", 0.0, 0.0, 0.5) {}
 
-CDoublePreference::CDoublePreference(CString name, unsigned int id, double value,
-                                     double spinDelta, double lower, double upper)
+CDoublePreference::CDoublePreference(CString name, unsigned int id, double value, double spinDelta,
+                                     double lower, double upper)
     : CPreferenceItem(name, id), m_property(name, "", spinDelta, lower, upper), m_value(value) {}
 
 DWORD CDoublePreference::GetRegValueType() const {
@@ -417,7 +418,8 @@ void CFontPreference::Serialize(CArchive& ar) {
     // The count is the archive's word: read what it says, but keep at most a font's bytes.
     unsigned char bytes[60];
     packFont(bytes, m_font);
-    if (count < 0) throw CArchiveException(CArchiveException::badIndex, nullptr, "font size below zero");
+    if (count < 0)
+        throw CArchiveException(CArchiveException::badIndex, nullptr, "font size below zero");
     const int kept = count < 60 ? count : 60;
     ar.EnsureRead(bytes, static_cast<UINT>(kept));
     for (int rest = count - kept; rest > 0; --rest) {
@@ -556,8 +558,11 @@ CQuantityPreference::CQuantityPreference() = default;
 
 CQuantityPreference::CQuantityPreference(CString name, unsigned int id, double value,
                                          double spinDelta, double lower, double upper)
-    : CPreferenceItem(std::move(name), id), m_value(value), m_spinDelta(spinDelta),
-      m_lower(lower), m_upper(upper) {}
+    : CPreferenceItem(std::move(name), id),
+      m_value(value),
+      m_spinDelta(spinDelta),
+      m_lower(lower),
+      m_upper(upper) {}
 
 CQuantityPreference::CQuantityPreference(CString name, unsigned int id, ETUnit unit, double value,
                                          double spinDelta, double lower, double upper)
@@ -570,7 +575,8 @@ CQuantityPreference::~CQuantityPreference() = default;
 void CQuantityPreference::SetQuantity(ETUnit unit) {
     m_unit = unit;
     if (!m_property)
-        m_property = std::make_unique<CPhysicalProperty>(m_name, unit, "", m_spinDelta, m_lower, m_upper);
+        m_property =
+            std::make_unique<CPhysicalProperty>(m_name, unit, "", m_spinDelta, m_lower, m_upper);
     else
         m_property->quantity(unit);
 }
@@ -601,7 +607,8 @@ void CQuantityPreference::Serialize(CArchive& ar) {
     if (ar.IsStoring()) {
         ar << 2 << m_value;
         if (m_property)
-            ar << m_property->spin_delta() << m_property->lower_limit() << m_property->upper_limit();
+            ar << m_property->spin_delta() << m_property->lower_limit()
+               << m_property->upper_limit();
         else
             ar << m_spinDelta << m_lower << m_upper;
         ar << static_cast<short>(m_unit);

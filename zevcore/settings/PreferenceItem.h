@@ -288,10 +288,10 @@ class ZEVCORE_API CQuantityPreference : public CPreferenceItem {
     DECLARE_SERIAL(CQuantityPreference)
 public:
     /// Unitless, and without a property until SetQuantity.
-    CQuantityPreference(CString name, unsigned int id, double value, double spinDelta,
+    CQuantityPreference(CString name, unsigned int id, double value, double spinDelta, double lower,
+                        double upper);
+    CQuantityPreference(CString name, unsigned int id, ETUnit unit, double value, double spinDelta,
                         double lower, double upper);
-    CQuantityPreference(CString name, unsigned int id, ETUnit unit, double value,
-                        double spinDelta, double lower, double upper);
     ~CQuantityPreference() override;
     CBaseProperty* GetProperty() override { return m_property.get(); }
     DWORD GetRegValueType() const override;

@@ -149,8 +149,8 @@ int CPreferenceManager::ReadPreferencesFromRegistry() {
                     continue;  // not stored yet
                 std::vector<unsigned char> data(size + 1u, 0);
                 DWORD got = size;
-                if (RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr,
-                                     data.data(), &got) != ERROR_SUCCESS) {
+                if (RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr, data.data(),
+                                     &got) != ERROR_SUCCESS) {
                     failed = true;
                     continue;
                 }
