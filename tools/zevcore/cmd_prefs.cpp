@@ -131,14 +131,16 @@ int import(CPreferenceManager& m, const std::string& path) {
         shape->Serialize(ar);
         items.Serialize(ar);
     } catch (const CException& e) {
-        throw std::runtime_error("'" + path + "' holds no preferences: " + e.ErrorMessage().GetString());
+        throw std::runtime_error("'" + path +
+                                 "' holds no preferences: " + e.ErrorMessage().GetString());
     }
     int taken = 0;
     for (int i = 0; i < items.GetSize() && i < static_cast<int>(keys.size()); ++i) {
         auto* loaded = dynamic_cast<CPreferenceItem*>(items[i]);
         CPreferenceItem* mine = m.GetPreference(keys[static_cast<std::size_t>(i)]);
         if (!loaded || !mine || loaded->GetRuntimeClass() != mine->GetRuntimeClass()) continue;
-        std::vector<unsigned char> bytes(loaded->GetRegData(), loaded->GetRegData() + loaded->GetRegDataSize());
+        std::vector<unsigned char> bytes(loaded->GetRegData(),
+                                         loaded->GetRegData() + loaded->GetRegDataSize());
         mine->SetupValueFromRegData(bytes.data(), static_cast<DWORD>(bytes.size()));
         ++taken;
     }
@@ -186,7 +188,8 @@ int run(const std::vector<std::string>& args) {
             std::cerr << "zevcore prefs: " << item.GetName().GetString() << ": " << refused << '\n';
             return kUsage;
         }
-        if (!prefs->WritePreferencesToRegistry()) throw std::runtime_error("the store cannot be written");
+        if (!prefs->WritePreferencesToRegistry())
+            throw std::runtime_error("the store cannot be written");
         std::cout << showPreference(item) << '\n';
         return kSuccess;
     }

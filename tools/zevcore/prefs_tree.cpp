@@ -28,16 +28,17 @@ std::unique_ptr<CPreferenceManager> makeStudioPreferences(const char* key) {
     m->AddPreference(kPrefDecimals, new CIntPreference("Decimal places", 0, 2, 7, 0), style);
 
     const int elements = m->AddGroup("Elements", 0, mesh);
-    m->AddPreference(kPrefElementSize,
-                     new CQuantityPreference("Element size", 0, UNIT_LENGTH_SMALL, 6.0, 1.0, 0.001, 1e6),
-                     elements);
+    m->AddPreference(
+        kPrefElementSize,
+        new CQuantityPreference("Element size", 0, UNIT_LENGTH_SMALL, 6.0, 1.0, 0.001, 1e6),
+        elements);
     CStringArray methods;
     methods.Add("paver");
     methods.Add("triangle");
     m->AddPreference(kPrefMethod, new CListPreference("Method", 0, methods, 0), elements);
-    m->AddPreference(kPrefMaxArea,
-                     new CQuantityPreference("Maximum area", 0, UNIT_AREA_SMALL, 0.0, 1.0, 0.0, 1e12),
-                     elements);
+    m->AddPreference(
+        kPrefMaxArea,
+        new CQuantityPreference("Maximum area", 0, UNIT_AREA_SMALL, 0.0, 1.0, 0.0, 1e12), elements);
     const int structure = m->AddGroup("Structure", 0, mesh);
     m->AddPreference(kPrefSpan,
                      new CQuantityPreference("Span", 0, UNIT_LENGTH_SMALL, 240.0, 12.0, 0.0, 1e6),
@@ -46,8 +47,10 @@ std::unique_ptr<CPreferenceManager> makeStudioPreferences(const char* key) {
     m->AddPreference(kPrefQuadsOnly, new CBoolPreference("Quads only", 0, 1), structure);
 
     const int colours = m->AddGroup("Colours", 0, display);
-    m->AddPreference(kPrefBackground, new CColorPreference("Background", 0, RGB(255, 255, 255)), colours);
-    m->AddPreference(kPrefMeshLines, new CColorPreference("Mesh lines", 0, RGB(0, 0, 128)), colours);
+    m->AddPreference(kPrefBackground, new CColorPreference("Background", 0, RGB(255, 255, 255)),
+                     colours);
+    m->AddPreference(kPrefMeshLines, new CColorPreference("Mesh lines", 0, RGB(0, 0, 128)),
+                     colours);
     const int text = m->AddGroup("Text", 0, display);
     LOGFONTA font{};
     font.lfHeight = -12;
@@ -95,7 +98,8 @@ std::string showPreference(const CPreferenceItem& constItem) {
     if (auto* q = dynamic_cast<CPhysicalProperty*>(p)) return q->shown_value().GetString();
     if (auto* list = dynamic_cast<CListProperty*>(p))
         return list->get_item_text(list->selected_index()).GetString();
-    if (auto* box = dynamic_cast<CCheckBoxProperty*>(p)) return box->state() == CHECK_ON ? "on" : "off";
+    if (auto* box = dynamic_cast<CCheckBoxProperty*>(p))
+        return box->state() == CHECK_ON ? "on" : "off";
     if (auto* i = dynamic_cast<CIntegerProperty*>(p)) return std::to_string(i->value());
     if (auto* d = dynamic_cast<CDoubleProperty*>(p)) {
         CString s;
@@ -141,7 +145,8 @@ std::optional<LOGFONTA> parseFont(const std::string& text, LOGFONTA font) {
     std::size_t start = 0;
     for (;;) {
         const std::size_t comma = text.find(',', start);
-        std::string part = text.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
+        std::string part =
+            text.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
         while (!part.empty() && part.front() == ' ') part.erase(part.begin());
         while (!part.empty() && part.back() == ' ') part.pop_back();
         parts.push_back(part);
@@ -150,7 +155,8 @@ std::optional<LOGFONTA> parseFont(const std::string& text, LOGFONTA font) {
     }
     if (parts.size() < 2 || parts[0].empty() || parts[0].size() >= LF_FACESIZE) return std::nullopt;
     std::string size = parts[1];
-    if (size.size() > 3 && size.compare(size.size() - 3, 3, " pt") == 0) size.resize(size.size() - 3);
+    if (size.size() > 3 && size.compare(size.size() - 3, 3, " pt") == 0)
+        size.resize(size.size() - 3);
     const std::optional<long long> points = parseWhole(size);
     if (!points || *points < 1 || *points > 1000) return std::nullopt;
     std::memset(font.lfFaceName, 0, sizeof font.lfFaceName);
