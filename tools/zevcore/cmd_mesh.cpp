@@ -11,8 +11,8 @@
 #include "Command.h"
 #include "Output.h"
 #include "mesh_io.h"
+#include "mesh_paver.h"
 #include "mesh_triangle.h"
-#include "zevcore/mesh/paver/MeshModel.h"
 #include "zevcore/platform/Host.h"
 
 namespace zevtool {
@@ -73,11 +73,7 @@ struct Options {
     bool keepPartial = false;
 };
 
-struct Result {
-    Mesh mesh;
-    int missedInteriorPoints = 0;
-    bool complete = true;
-};
+using Result = PaverResult;
 
 // The progress lines of a mesher arrive as window messages; this window prints them on
 // stderr. The mesher's row dots run on one line, and a line repeated many times in a row is
@@ -131,62 +127,22 @@ private:
     int m_repeats = 0;
 };
 
-Region regionOfModel(const Paver::CMeshModel& model) {
-    Region region;
-    for (const auto& lines : model.boundaries) {
-        std::vector<Point> loop;
-        for (const Paver::CLine2D& line : lines) loop.push_back({line.start.x, line.start.y});
-        region.loops.push_back(loop);
-    }
-    return region;
-}
-
-Region builtInShape(int n) {
-    Paver::CMeshModel model;
-    model.DrawShape(n);
-    return regionOfModel(model);
-}
-
-double defaultSize(const Region& region) {
-    double minX = 1e300, minY = 1e300, maxX = -1e300, maxY = -1e300;
-    for (const auto& loop : region.loops)
-        for (const Point& p : loop) {
-            minX = std::min(minX, p.x), maxX = std::max(maxX, p.x);
-            minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
-        }
-    double extent = std::max(maxX - minX, maxY - minY);
-    return extent > 0.0 ? extent / 16.0 : 1.0;
-}
-
 Result runPaver(const Region& region, const Options& options, double size) {
     StderrProgress progress(options.quiet);
     IZEVWindowService* before = ZEVInstallWindows(&progress);
+    PaverOptions paver;
+    paver.size = size;
+    paver.divisions = options.divisions;
+    paver.limit = options.limit;
+    paver.extended = options.extended;
+    paver.progressWindow = progress.MainWindow();
+    paver.message = StderrProgress::kMessage;
     Result result;
-    {
-        Paver::CMeshModel model;
-        model.SetExtended(options.extended);
-        model.SetHWND(progress.MainWindow());
-        model.SetMessageIDs(static_cast<int>(StderrProgress::kMessage));
-        for (const auto& loop : region.loops) {
-            for (size_t i = 0; i < loop.size(); ++i) {
-                const Point& a = loop[i];
-                const Point& b = loop[(i + 1) % loop.size()];
-                model.AddBoundaryLine(Paver::CLine2D({a.x, a.y}, {b.x, b.y}));
-            }
-            model.AddBoundary();
-        }
-        for (const Point& p : region.interiorPoints) model.interiorPoints.emplace_back(p.x, p.y);
-        for (const Point& p : region.boundaryPoints) model.boundaryPoints.emplace_back(p.x, p.y);
-        result.complete =
-            model.Mesh(options.limit, size, options.divisions, false) && model.fronts.empty();
-        for (int i = 0; i < model.NumVertices(); ++i)
-            result.mesh.nodes.push_back({model.GetX(i), model.GetY(i)});
-        for (int q = 0; q < model.NumQuads(); ++q) {
-            Element e;
-            for (int c = 0; c < 4; ++c) e.v[c] = model.GetQuadVertIndex(q, c);
-            result.mesh.elements.push_back(e);
-        }
-        result.missedInteriorPoints = model.MissedInteriorPoints();
+    try {
+        result = meshWithPaver(region, paver);
+    } catch (...) {
+        ZEVInstallWindows(before);
+        throw;
     }
     ZEVInstallWindows(before);
     return result;
@@ -239,86 +195,12 @@ Result runTriangle(const Region& region, const Options& o, double size) {
     return result;
 }
 
-// A size that would make the boundary or the rows too many to pave in reasonable time and
-// memory is refused before any work.
-constexpr double kMaxBoundarySegments = 100000.0;
-constexpr double kMaxRows = 10000.0;
-
 void checkSize(const Region& region, double size) {
-    double segments = 0.0;
-    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
-    for (const auto& loop : region.loops)
-        for (size_t i = 0; i < loop.size(); ++i) {
-            const Point& a = loop[i];
-            const Point& b = loop[(i + 1) % loop.size()];
-            segments += std::hypot(b.x - a.x, b.y - a.y) / size;
-            minX = std::min(minX, a.x), maxX = std::max(maxX, a.x);
-            minY = std::min(minY, a.y), maxY = std::max(maxY, a.y);
-        }
-    // Rows run inward from the boundary; half the smaller side bounds how many meet.
-    double rows = 0.5 * std::min(maxX - minX, maxY - minY) / size;
-    char text[200];
-    if (!(segments <= kMaxBoundarySegments)) {
-        std::snprintf(text, sizeof text,
-                      "--size %g would need %.3g boundary segments (at most %.0f; give a larger "
-                      "size)",
-                      size, segments, kMaxBoundarySegments);
-        throw UsageError(text);
-    }
-    if (!(rows <= kMaxRows)) {
-        std::snprintf(text, sizeof text,
-                      "--size %g would need %.3g rows (at most %.0f; give a larger size)", size,
-                      rows, kMaxRows);
-        throw UsageError(text);
-    }
-}
-
-// Whether the elements cover the region: their summed area against the region's, and no
-// element folded (turned over, or with two sides crossing), since a fold can hide a gap.
-struct Coverage {
-    double regionArea = 0.0;
-    double elementArea = 0.0;
-    int folded = 0;
-    bool covered() const {
-        return folded == 0 && std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
-    }
-};
-
-bool sidesCross(const Point& a, const Point& b, const Point& c, const Point& d) {
-    auto side = [](const Point& p, const Point& q, const Point& r) {
-        double t = (q.x - p.x) * (r.y - p.y) - (q.y - p.y) * (r.x - p.x);
-        return (t > 0.0) - (t < 0.0);
-    };
-    return side(a, b, c) * side(a, b, d) < 0 && side(c, d, a) * side(c, d, b) < 0;
-}
-
-Coverage measureCoverage(const Region& region, const Mesh& mesh) {
-    Coverage c;
-    for (size_t i = 0; i < region.loops.size(); ++i)
-        if (i == 0 || i >= region.solid.size() || !region.solid[i])
-            c.regionArea += signedArea(region.loops[i]);
-    for (const Element& e : mesh.elements) {
-        std::vector<Point> corners;
-        bool finite = true;
-        for (int k = 0; k < e.count; ++k) {
-            int at = e.v[static_cast<size_t>(k)];
-            if (at < 0 || static_cast<size_t>(at) >= mesh.nodes.size()) {
-                finite = false;
-                break;
-            }
-            const Point& p = mesh.nodes[static_cast<size_t>(at)];
-            finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
-            corners.push_back(p);
-        }
-        double area = finite ? signedArea(corners) : 0.0;
-        bool folded =
-            !finite || !(area > 0.0) ||
-            (e.count == 4 && (sidesCross(corners[0], corners[1], corners[2], corners[3]) ||
-                              sidesCross(corners[1], corners[2], corners[3], corners[0])));
-        c.folded += folded ? 1 : 0;
-        if (finite) c.elementArea += area;
-    }
-    return c;
+    const std::string problem = sizeProblem(region, size);
+    if (problem.empty()) return;
+    char text[64];
+    std::snprintf(text, sizeof text, "--size %g ", size);
+    throw UsageError(text + problem);
 }
 
 int runMesh(const std::vector<std::string>& args) {

@@ -1,0 +1,65 @@
+#include "MeshOptions.h"
+
+#include <initializer_list>
+
+namespace studio {
+
+MeshOptions::MeshOptions() : CPropertyGroup("Mesh options") {
+    auto size = std::make_unique<CPhysicalProperty>("Element size", UNIT_LENGTH_SMALL,
+                                                    "The side the mesher aims each element at.",
+                                                    0.0, 1e-3, 1e6);
+    auto divisions = std::make_unique<CIntegerProperty>(
+        "Divisions", "Divisions per boundary line (0: by the element size).", 1, 0, 1000);
+    auto method = std::make_unique<CListProperty>(
+        "Method", "paver: quadrilaterals laid in rows; triangle: a quality Delaunay mesh.");
+    method->add_list_item("paver", 0);
+    method->add_list_item("triangle", 1);
+    auto maxArea = std::make_unique<CPhysicalProperty>(
+        "Maximum area", UNIT_AREA_SMALL,
+        "The triangle mesher's largest triangle (0: an equilateral triangle of the element "
+        "size).",
+        0.0, 0.0, 1e12);
+    m_size = size.get();
+    m_divisions = divisions.get();
+    m_method = method.get();
+    m_maxArea = maxArea.get();
+    for (auto* row :
+         std::initializer_list<CBaseProperty*>{m_size, m_divisions, m_method, m_maxArea})
+        add_property(row);
+    m_rows.push_back(std::move(size));
+    m_rows.push_back(std::move(divisions));
+    m_rows.push_back(std::move(method));
+    m_rows.push_back(std::move(maxArea));
+    reset();
+}
+
+MeshOptions::~MeshOptions() {
+    remove_all_properties(false);
+}
+
+void MeshOptions::Load(const MeshSettings& settings) {
+    m_size->value(settings.size);
+    m_divisions->value(settings.divisions);
+    m_method->select_item(settings.method == "triangle" ? 1 : 0);
+    m_maxArea->value(settings.maxArea);
+    reset();
+    m_modified = false;
+}
+
+MeshSettings MeshOptions::Settings() const {
+    MeshSettings s;
+    s.size = m_size->value();
+    s.divisions = m_divisions->value();
+    s.method = m_method->selected_index() == 1 ? "triangle" : "paver";
+    s.maxArea = m_maxArea->value();
+    return s;
+}
+
+const char* MeshOptions::applyChange(int row) {
+    m_modified = true;
+    const char* message = CPropertyGroup::applyChange(row);
+    if (onChange) onChange();
+    return message;
+}
+
+}  // namespace studio

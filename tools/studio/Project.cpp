@@ -1,0 +1,92 @@
+#include "Project.h"
+
+#include <charconv>
+#include <cmath>
+#include <sstream>
+
+namespace studio {
+
+namespace {
+
+constexpr const char* kOptionsTag = "# zevcore-studio options:";
+
+// Shortest text that reads back to the same double, whatever the locale.
+std::string number(double v) {
+    char text[64];
+    const auto result = std::to_chars(text, text + sizeof text, v);
+    return std::string(text, result.ptr);
+}
+
+void writeLoop(std::ostringstream& out, const std::vector<zevtool::meshio::Point>& loop) {
+    for (const auto& p : loop) out << number(p.x) << ' ' << number(p.y) << '\n';
+    if (!loop.empty()) out << number(loop.front().x) << ' ' << number(loop.front().y) << '\n';
+}
+
+bool readNumber(const std::string& text, double& value) {
+    const char* end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, value);
+    return result.ec == std::errc() && result.ptr == end && std::isfinite(value);
+}
+
+}  // namespace
+
+std::string projectText(const zevtool::meshio::Region& region, const MeshSettings& settings) {
+    std::ostringstream out;
+    out << kOptionsTag << " size=" << number(settings.size) << " divisions=" << settings.divisions
+        << " method=" << settings.method << " max-area=" << number(settings.maxArea) << '\n';
+    out << "# A boundary file: the outer loop first, then holes and constraint points.\n";
+    for (size_t i = 0; i < region.loops.size(); ++i) {
+        out << '\n';
+        if (i > 0 && i < region.solid.size() && region.solid[i]) out << "solid\n";
+        writeLoop(out, region.loops[i]);
+    }
+    if (!region.interiorPoints.empty()) {
+        out << "\ninterior\n";
+        for (const auto& p : region.interiorPoints)
+            out << number(p.x) << ' ' << number(p.y) << '\n';
+    }
+    if (!region.boundaryPoints.empty()) {
+        out << "\nboundary\n";
+        for (const auto& p : region.boundaryPoints)
+            out << number(p.x) << ' ' << number(p.y) << '\n';
+    }
+    return out.str();
+}
+
+bool readProjectSettings(const std::string& text, MeshSettings& settings) {
+    const std::string tag = kOptionsTag;
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line.compare(0, tag.size(), tag) != 0) continue;
+        MeshSettings read = settings;
+        std::istringstream words(line.substr(tag.size()));
+        std::string word;
+        while (words >> word) {
+            const size_t equals = word.find('=');
+            if (equals == std::string::npos) return false;
+            const std::string key = word.substr(0, equals), value = word.substr(equals + 1);
+            double v = 0.0;
+            if (key == "method") {
+                if (value != "paver" && value != "triangle") return false;
+                read.method = value;
+            } else if (!readNumber(value, v)) {
+                return false;
+            } else if (key == "size") {
+                if (!(v > 0.0)) return false;
+                read.size = v;
+            } else if (key == "divisions") {
+                if (v < 0.0 || v > 1000.0 || v != std::floor(v)) return false;
+                read.divisions = static_cast<int>(v);
+            } else if (key == "max-area") {
+                if (v < 0.0) return false;
+                read.maxArea = v;
+            }
+        }
+        settings = read;
+        return true;
+    }
+    return false;
+}
+
+}  // namespace studio

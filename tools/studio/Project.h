@@ -1,0 +1,34 @@
+#pragma once
+
+// The studio's project file: a boundary file (docs/mesh.md) whose first comment lines hold
+// the mesh options, so that any boundary file opens as a project and every project is a
+// boundary file the command-line tool reads.
+
+#include <string>
+
+#include "mesh_io.h"
+
+namespace studio {
+
+/// The options a project keeps. Lengths and areas in the internal units (inches).
+struct MeshSettings {
+    double size = 1.0;
+    int divisions = 0;
+    /// "paver" or "triangle".
+    std::string method = "paver";
+    /// The triangle mesher's largest area; 0 for the area of an equilateral triangle of side
+    /// `size`.
+    double maxArea = 0.0;
+};
+
+/// The file extension of a project, with its dot.
+inline constexpr const char* kProjectExtension = ".zevp";
+
+/// The project's text: the options line, then the loops, holes and constraint points.
+std::string projectText(const zevtool::meshio::Region& region, const MeshSettings& settings);
+
+/// Reads the options line of a project's text into `settings`; false (nothing changed) when
+/// the text has none, or a value in it is not a number it can take.
+bool readProjectSettings(const std::string& text, MeshSettings& settings);
+
+}  // namespace studio

@@ -1,0 +1,542 @@
+#include "StudioWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QVBoxLayout>
+#include <cmath>
+#include <fstream>
+#include <sstream>
+
+#include "MeshView.h"
+#include "Output.h"
+#include "mesh_paver.h"
+#include "mesh_triangle.h"
+#include "prefs_tree.h"
+#include "zevcore-qt/GridView.h"
+#include "zevcore-qt/PreferencesDialog.h"
+#include "zevcore-qt/QtConvert.h"
+#include "zevcore-qt/QtHost.h"
+#include "zevcore/files/FileRecovery.h"
+#include "zevcore/frame/Progress.h"
+#include "zevcore/platform/Registry.h"
+#include "zevcore/quantities/Units.h"
+#include "zevcore/settings/PreferenceItem.h"
+#include "zevcore/settings/PreferenceManager.h"
+#include "zevcore/settings/PropertyGrid.h"
+
+namespace studio {
+
+namespace {
+
+using namespace zevtool::meshio;
+
+/// Thrown from the progress handler to leave the paver when the user stopped it.
+struct MeshStopped {};
+
+const char* const kRecentKey = "Software\\ZEV\\ZEVCore Studio\\Recent Files";
+constexpr int kRecentCount = 4;
+/// Where the "don't ask again" answers live.
+const char* const kQuestionsKey = "Software\\ZEV\\ZEVCore Studio\\Questions";
+
+std::string readText(const QString& path) {
+    std::ifstream in(path.toStdString(), std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+template <typename Item>
+Item* preference(CPreferenceManager& manager, int key) {
+    return dynamic_cast<Item*>(manager.GetPreference(key));
+}
+
+}  // namespace
+
+StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
+    : QMainWindow(parent), m_host(host), m_grid(std::make_unique<CPropertyGrid>()) {
+    setObjectName("zevStudio");
+    setWindowTitle("ZEVCore Studio");
+    m_handle = m_host.Windows().Register(this, [this](UINT message, WPARAM wParam, LPARAM lParam) {
+        return handleMessage(message, wParam, lParam);
+    });
+    m_host.Windows().SetMainWindow(this);
+
+    m_preferences = zevtool::makeStudioPreferences();
+    m_preferences->ReadPreferencesFromRegistry();
+
+    m_grid->SetGroup(&m_options, 1);
+    m_gridView = new CZEVQtGridView(*m_grid, this);
+    m_gridView->setMinimumHeight(140);
+    m_options.onChange = [this] { setStatus(tr("Mesh options changed")); };
+
+    m_meshButton = new QPushButton(tr("Mesh"), this);
+    m_meshButton->setObjectName("meshButton");
+    connect(m_meshButton, &QPushButton::clicked, this, [this] { MeshNow(); });
+    m_summary = new QPlainTextEdit(this);
+    m_summary->setObjectName("summary");
+    m_summary->setReadOnly(true);
+    m_summary->setFont(QFont("Monospace", 9));
+    m_summary->setPlaceholderText(tr("The quality summary appears here after meshing."));
+
+    auto* side = new QWidget(this);
+    auto* sideLayout = new QVBoxLayout(side);
+    sideLayout->setContentsMargins(4, 4, 4, 4);
+    sideLayout->addWidget(new QLabel(tr("<b>Mesh options</b>"), side));
+    sideLayout->addWidget(m_gridView, 2);
+    sideLayout->addWidget(m_meshButton);
+    sideLayout->addWidget(new QLabel(tr("<b>Quality</b>"), side));
+    sideLayout->addWidget(m_summary, 3);
+
+    m_view = new MeshView(this);
+    auto* splitter = new QSplitter(this);
+    splitter->addWidget(side);
+    splitter->addWidget(m_view);
+    splitter->setStretchFactor(1, 1);
+    splitter->setSizes({340, 700});
+    setCentralWidget(splitter);
+
+    m_log = new QPlainTextEdit(this);
+    m_log->setObjectName("log");
+    m_log->setReadOnly(true);
+    m_log->setMaximumBlockCount(2000);
+    auto* dock = new QDockWidget(tr("Mesher messages"), this);
+    dock->setObjectName("logDock");
+    dock->setWidget(m_log);
+    addDockWidget(Qt::BottomDockWidgetArea, dock);
+
+    m_status = new QLabel(this);
+    statusBar()->addWidget(m_status, 1);
+    buildMenus();
+
+    m_recovery = std::make_unique<CFileRecovery>(kStudioRegistryBase, m_handle, kProjectExtension);
+    ApplyPreferences();
+    resize(1100, 720);
+    setStatus(tr("Ready"));
+}
+
+StudioWindow::~StudioWindow() {
+    // The grid's view goes before the grid it shows.
+    delete m_gridView;
+    m_gridView = nullptr;
+    m_host.Windows().Unregister(this);
+}
+
+void StudioWindow::buildMenus() {
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    file->addAction(tr("&Open..."), QKeySequence::Open, this, [this] { chooseAndOpen(); });
+    m_recentMenu = file->addMenu(tr("Open &recent"));
+    file->addAction(tr("&Save project"), QKeySequence::Save, this, [this] {
+        if (m_projectPath.isEmpty())
+            chooseAndSaveProject();
+        else
+            SaveProject(m_projectPath);
+    });
+    file->addAction(tr("Save project &as..."), this, [this] { chooseAndSaveProject(); });
+    file->addAction(tr("&Export mesh..."), this, [this] { chooseAndSaveMesh(); });
+    file->addSeparator();
+    file->addAction(tr("&Quit"), QKeySequence::Quit, this, [this] { close(); });
+    QMenu* mesh = menuBar()->addMenu(tr("&Mesh"));
+    mesh->addAction(tr("&Mesh now"), QKeySequence(Qt::Key_F5), this, [this] { MeshNow(); });
+    mesh->addAction(tr("&Fit to window"), this, [this] { m_view->Fit(); });
+    QMenu* tools = menuBar()->addMenu(tr("&Tools"));
+    tools->addAction(tr("&Units..."), this, [this] { chooseUnits(); });
+    tools->addAction(tr("&Preferences..."), this, [this] { ShowPreferences(); });
+    rebuildRecentMenu();
+}
+
+LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == kProgressLineMessage) {
+        if (wParam != 0 || lParam == 0) return 0;  // the mesher clearing its lines
+        const QString line = QString::fromUtf8(reinterpret_cast<const char*>(lParam)).trimmed();
+        ++m_lines;
+        if (!line.isEmpty() && line != ".") m_log->appendPlainText(line);
+        if (onProgressLine) onProgressLine(m_lines);
+        if (m_meshing) {
+            m_host.Windows().PumpMessages();
+            const bool stopped = IncrementProgressDialog(
+                0, line.isEmpty() || line == "." ? nullptr : line.toUtf8().constData());
+            if (stopped || m_stopRequested) throw MeshStopped();
+        }
+        return 0;
+    }
+    if (message == WM_ZEV_PROGRESS_STOP) {
+        m_stopRequested = true;
+        return 0;
+    }
+    if (message == WM_ZEV_TIMED_BACKUP) {
+        const char* path = reinterpret_cast<const char*>(wParam);
+        if (!m_hasRegion || !path) return 0;
+        try {
+            zevtool::writeOutput(path, projectText(m_region, m_options.Settings()));
+            setStatus(tr("Backed up to %1").arg(QString::fromUtf8(path)));
+        } catch (const std::exception& e) {
+            setStatus(QString::fromUtf8(e.what()));
+        }
+        return 0;
+    }
+    return 0;
+}
+
+MeshSettings StudioWindow::defaultSettings() const {
+    MeshSettings s;
+    if (auto* size = preference<CQuantityPreference>(*m_preferences, zevtool::kPrefElementSize))
+        s.size = size->GetValue();
+    if (auto* method = preference<CListPreference>(*m_preferences, zevtool::kPrefMethod))
+        s.method = method->GetSelection() == 1 ? "triangle" : "paver";
+    if (auto* area = preference<CQuantityPreference>(*m_preferences, zevtool::kPrefMaxArea))
+        s.maxArea = area->GetValue();
+    // A preferred size that would make a handful of elements gives way to the region's own.
+    const double regional = defaultSize(m_region);
+    if (!(s.size > 0.0) || s.size > 4.0 * regional) s.size = regional;
+    return s;
+}
+
+bool StudioWindow::OpenFile(const QString& path) {
+    if (m_meshing) return false;
+    zevtool::meshio::Region region;
+    try {
+        region = readBoundaryFile(path.toStdString());
+    } catch (const InputError& e) {
+        QString where = path;
+        if (e.line() > 0) where += QString(":%1").arg(e.line());
+        error(tr("%1: %2").arg(where, QString::fromUtf8(e.what())));
+        return false;
+    }
+    const std::string text = readText(path);
+    m_region = std::move(region);
+    m_hasRegion = true;
+    m_mesh = {};
+    MeshSettings settings;
+    if (!readProjectSettings(text, settings)) settings = defaultSettings();
+    if (m_grid->IsEditing()) m_grid->FinishEdit(true);
+    m_options.Load(settings);
+    m_grid->OnGroupSetup();
+    m_gridView->Refresh();
+    m_sourcePath = path;
+    m_projectPath = path.endsWith(kProjectExtension) ? path : QString();
+    m_recovery->openProject(path.toUtf8().constData());
+    m_summary->clear();
+    m_log->clear();
+    showRegion();
+    addRecent(path);
+    if (auto* last = preference<CFilePreference>(*m_preferences, zevtool::kPrefLastFile)) {
+        last->SetFile(zevqt::toCString(path));
+        m_preferences->WritePreferencesToRegistry();
+    }
+    setWindowTitle(QString("%1 - ZEVCore Studio").arg(QFileInfo(path).fileName()));
+    setStatus(tr("Opened %1: %2 loop(s), %3 constraint point(s)")
+                  .arg(path)
+                  .arg(m_region.loops.size())
+                  .arg(m_region.interiorPoints.size() + m_region.boundaryPoints.size()));
+    return true;
+}
+
+void StudioWindow::showRegion() {
+    m_view->SetRegion(m_region);
+    m_view->SetMesh(m_mesh);
+}
+
+bool StudioWindow::SaveProject(const QString& path) {
+    if (!m_hasRegion) {
+        error(tr("There is no region to save: open a boundary file first."));
+        return false;
+    }
+    if (m_grid->IsEditing() && !m_grid->FinishEdit(false)) return false;
+    try {
+        zevtool::writeOutput(path.toStdString(), projectText(m_region, m_options.Settings()));
+    } catch (const std::exception& e) {
+        error(QString::fromUtf8(e.what()));
+        return false;
+    }
+    m_projectPath = path;
+    m_recovery->projectWasSaved(path.toUtf8().constData());
+    m_options.ClearModified();
+    addRecent(path);
+    setWindowTitle(QString("%1 - ZEVCore Studio").arg(QFileInfo(path).fileName()));
+    setStatus(tr("Saved %1").arg(path));
+    return true;
+}
+
+bool StudioWindow::SaveMesh(const QString& path) {
+    if (m_mesh.elements.empty()) {
+        error(tr("There is no mesh to save: mesh the region first."));
+        return false;
+    }
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    std::string text;
+    if (suffix == "msh")
+        text = mshText(m_mesh);
+    else if (suffix == "svg")
+        text = svgText(m_region, m_mesh);
+    else {
+        error(tr("Cannot save a mesh as '%1': give a name ending in .msh or .svg.").arg(path));
+        return false;
+    }
+    if (!measureCoverage(m_region, m_mesh).covered() &&
+        m_host.Dialogs().MessageBoxDontAsk(
+            m_handle, kQuestionsKey, "SavePartialMesh",
+            "The mesh does not cover the region. Save it all the same?", "ZEVCore Studio",
+            MB_YESNO | MB_ICONQUESTION) != IDYES)
+        return false;
+    try {
+        zevtool::writeOutput(path.toStdString(), text);
+    } catch (const std::exception& e) {
+        error(QString::fromUtf8(e.what()));
+        return false;
+    }
+    setStatus(tr("Saved the mesh to %1").arg(path));
+    return true;
+}
+
+StudioWindow::MeshOutcome StudioWindow::MeshNow() {
+    if (m_meshing) return MeshOutcome::Failed;
+    if (!m_hasRegion) {
+        error(tr("Open a boundary file before meshing."));
+        return MeshOutcome::Failed;
+    }
+    // An entry still open in the grid counts, if the row takes it.
+    if (m_grid->IsEditing() && !m_grid->FinishEdit(false)) {
+        m_gridView->Refresh();
+        return MeshOutcome::Failed;
+    }
+    const MeshSettings settings = m_options.Settings();
+    const std::string problem = sizeProblem(m_region, settings.size);
+    if (!problem.empty()) {
+        error(tr("An element size of %1 %2.")
+                  .arg(QString::fromUtf8(Units::show(UNIT_LENGTH_SMALL, settings.size, UNIT_SHOW)),
+                       QString::fromUtf8(problem.c_str())));
+        return MeshOutcome::Failed;
+    }
+
+    m_log->clear();
+    m_lines = 0;
+    m_stopRequested = false;
+    Mesh mesh;
+    int missed = 0;
+    bool stopped = false;
+    QString failure;
+    m_meshing = true;
+    m_meshButton->setEnabled(false);
+    menuBar()->setEnabled(false);
+    m_host.Cursor().BeginWaitCursor();
+    if (settings.method == "triangle") {
+        const double maxArea = settings.maxArea > 0.0
+                                   ? settings.maxArea
+                                   : std::sqrt(3.0) / 4.0 * settings.size * settings.size;
+        TriangleResult triangles = meshWithTriangle(m_region, maxArea, false);
+        if (!triangles.error.empty())
+            failure = QString::fromUtf8(triangles.error.c_str());
+        else
+            mesh = std::move(triangles.mesh), missed = triangles.missedInteriorPoints;
+    } else {
+        StartProgressDialog("Meshing", true, true, false, m_handle, 0);
+        SetProgressDialogIncrement(0.02, 0);
+        PaverOptions options;
+        options.size = settings.size;
+        options.divisions = settings.divisions;
+        options.progressWindow = m_handle;
+        options.message = kProgressLineMessage;
+        try {
+            PaverResult result = meshWithPaver(m_region, options);
+            mesh = std::move(result.mesh);
+            missed = result.missedInteriorPoints;
+            if (!result.complete) failure = tr("the mesher stopped before every front was closed");
+        } catch (const MeshStopped&) {
+            stopped = true;
+        } catch (const std::exception& e) {
+            failure = QString::fromUtf8(e.what());
+        }
+        KillProgressDialog(0);
+    }
+    m_host.Cursor().EndWaitCursor();
+    menuBar()->setEnabled(true);
+    m_meshButton->setEnabled(true);
+    m_meshing = false;
+
+    if (stopped) {
+        m_mesh = {};
+        m_view->SetMesh(m_mesh);
+        m_summary->setPlainText(
+            tr("Meshing stopped by the user after %1 progress line(s).").arg(m_lines));
+        setStatus(tr("Meshing stopped"));
+        return MeshOutcome::Stopped;
+    }
+    m_mesh = std::move(mesh);
+    m_view->SetMesh(m_mesh);
+    if (m_mesh.elements.empty()) {
+        m_summary->setPlainText(tr("No mesh: %1").arg(failure));
+        setStatus(tr("Meshing failed"));
+        return MeshOutcome::Failed;
+    }
+    const Quality quality = measureQuality(m_mesh);
+    std::string summary = summaryText(settings.method, m_mesh, quality, missed,
+                                      static_cast<int>(m_region.interiorPoints.size()));
+    if (settings.method == "triangle") summary += triangleSummaryText(m_mesh, quality, false);
+    const Coverage coverage = measureCoverage(m_region, m_mesh);
+    char line[200];
+    std::snprintf(line, sizeof line, "covered:           %s (folded elements: %d)\n",
+                  coverage.covered() ? "yes" : "no", coverage.folded);
+    summary += line;
+    if (!failure.isEmpty()) summary += "note:              " + failure.toStdString() + "\n";
+    m_summary->setPlainText(QString::fromUtf8(summary.c_str()));
+    setStatus(
+        tr("Meshed: %1 nodes, %2 elements").arg(m_mesh.nodes.size()).arg(m_mesh.elements.size()));
+    return failure.isEmpty() && coverage.covered() ? MeshOutcome::Meshed : MeshOutcome::Failed;
+}
+
+void StudioWindow::OfferRecovery() {
+    char found[260] = {};
+    if (CrashFileExists(found, kProjectExtension) && OpenFile(QString::fromUtf8(found))) {
+        // A recovered backup is saved under a name of the user's choosing.
+        m_projectPath.clear();
+        setWindowTitle(tr("Recovered project - ZEVCore Studio"));
+        setStatus(tr("Recovered %1").arg(QString::fromUtf8(found)));
+    }
+}
+
+void StudioWindow::ShowPreferences() {
+    CZEVQtPreferencesDialog dialog(*m_preferences, this);
+    dialog.exec();
+    ApplyPreferences();
+}
+
+void StudioWindow::ApplyPreferences() {
+    if (auto* style = preference<CListPreference>(*m_preferences, zevtool::kPrefUnitStyle))
+        Units::setStyle(static_cast<ETUnitStyle>(style->GetSelection()), false);
+    if (auto* decimals = preference<CIntPreference>(*m_preferences, zevtool::kPrefDecimals))
+        Units::decimalPlaces(decimals->GetValue());
+    QColor background = Qt::white, lines = QColor(0, 0, 128);
+    if (auto* c = preference<CColorPreference>(*m_preferences, zevtool::kPrefBackground))
+        background = zevqt::toQColor(c->GetColor());
+    if (auto* c = preference<CColorPreference>(*m_preferences, zevtool::kPrefMeshLines))
+        lines = zevqt::toQColor(c->GetColor());
+    m_view->SetColors(background, lines);
+    if (auto* grid = preference<CBoolPreference>(*m_preferences, zevtool::kPrefShowGrid))
+        m_view->SetShowGrid(grid->GetValue() != 0);
+    if (auto* font = preference<CFontPreference>(*m_preferences, zevtool::kPrefLabelFont))
+        m_view->setFont(zevqt::toQFont(font->GetFont()));
+    // The rows show their values in the style now in force.
+    if (!m_grid->IsEditing()) m_grid->OnGroupSetup();
+    m_gridView->Refresh();
+}
+
+void StudioWindow::chooseUnits() {
+    if (Units::customizeDialog() != IDOK) return;
+    if (auto* style = preference<CListPreference>(*m_preferences, zevtool::kPrefUnitStyle))
+        style->SetSelection(Units::currentStyle());
+    m_preferences->WritePreferencesToRegistry();
+    ApplyPreferences();
+}
+
+void StudioWindow::chooseAndOpen() {
+    ZEVFileDialogRequest request;
+    request.title = "Open";
+    request.filter = "Boundary files and projects|*.txt;*.bnd;*.zevp|All files|*";
+    if (auto* folder = preference<CFolderPreference>(*m_preferences, zevtool::kPrefProjectFolder))
+        request.initialPath = folder->GetFolder();
+    CString path;
+    if (ZEVDialogs().ChooseFile(request, path)) OpenFile(zevqt::toQString(path));
+}
+
+void StudioWindow::chooseAndSaveProject() {
+    ZEVFileDialogRequest request;
+    request.title = "Save project";
+    request.filter = "Projects|*.zevp";
+    request.forSave = true;
+    CString path;
+    if (!ZEVDialogs().ChooseFile(request, path)) return;
+    QString name = zevqt::toQString(path);
+    if (!name.endsWith(kProjectExtension)) name += kProjectExtension;
+    SaveProject(name);
+}
+
+void StudioWindow::chooseAndSaveMesh() {
+    ZEVFileDialogRequest request;
+    request.title = "Export mesh";
+    request.filter = "Gmsh meshes|*.msh|SVG pictures|*.svg";
+    request.forSave = true;
+    CString path;
+    if (ZEVDialogs().ChooseFile(request, path)) SaveMesh(zevqt::toQString(path));
+}
+
+QStringList StudioWindow::RecentFiles() const {
+    QStringList files;
+    HKEY key = nullptr;
+    if (RegOpenKeyA(HKEY_CURRENT_USER, kRecentKey, &key) != ERROR_SUCCESS) return files;
+    for (int i = 1; i <= kRecentCount; ++i) {
+        char name[16];
+        std::snprintf(name, sizeof name, "File%d", i);
+        char value[1024] = {};
+        DWORD size = sizeof value - 1;
+        if (RegQueryValueExA(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(value), &size) ==
+                ERROR_SUCCESS &&
+            size > 0)
+            files << QString::fromUtf8(value, static_cast<int>(std::strlen(value)));
+    }
+    RegCloseKey(key);
+    return files;
+}
+
+void StudioWindow::addRecent(const QString& path) {
+    QStringList files = RecentFiles();
+    const QString full = QFileInfo(path).absoluteFilePath();
+    files.removeAll(full);
+    files.prepend(full);
+    while (files.size() > kRecentCount) files.removeLast();
+    HKEY key = nullptr;
+    if (RegCreateKeyA(HKEY_CURRENT_USER, kRecentKey, &key) != ERROR_SUCCESS) return;
+    for (int i = 0; i < files.size(); ++i) {
+        char name[16];
+        std::snprintf(name, sizeof name, "File%d", i + 1);
+        const QByteArray value = files[i].toUtf8();
+        RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.constData()),
+                       static_cast<DWORD>(value.size() + 1));
+    }
+    RegCloseKey(key);
+    rebuildRecentMenu();
+}
+
+void StudioWindow::rebuildRecentMenu() {
+    m_recentMenu->clear();
+    const QStringList files = RecentFiles();
+    for (const QString& file : files)
+        m_recentMenu->addAction(file, this, [this, file] { OpenFile(file); });
+    m_recentMenu->setEnabled(!files.isEmpty());
+}
+
+QString StudioWindow::StatusText() const {
+    return m_status->text();
+}
+
+void StudioWindow::setStatus(const QString& text) {
+    m_status->setText(text);
+}
+
+void StudioWindow::error(const QString& text) {
+    setStatus(text);
+    ZEVDialogs().MessageBox(m_handle, text.toUtf8().constData(), "ZEVCore Studio",
+                            MB_OK | MB_ICONERROR);
+}
+
+void StudioWindow::closeEvent(QCloseEvent* event) {
+    if (m_meshing) {
+        // The paver is on the stack below this event: it ends first.
+        m_stopRequested = true;
+        event->ignore();
+        return;
+    }
+    m_recovery->closeProject();
+    QMainWindow::closeEvent(event);
+}
+
+}  // namespace studio

@@ -1,0 +1,124 @@
+#pragma once
+
+// ZEVCore Studio's main window: a region opened from a boundary file or a project, the mesh
+// options in a property grid, meshing with a progress window that can stop the paver, the
+// mesh drawn with its elements coloured by quality, the quality summary, saving (project,
+// MSH, SVG), preferences kept in the settings store, and the timed backup of the open
+// project with the offer to recover it after a crash.
+
+#include <QMainWindow>
+#include <QString>
+#include <QStringList>
+#include <functional>
+#include <memory>
+
+#include "MeshOptions.h"
+#include "Project.h"
+#include "mesh_io.h"
+#include "zevcore/platform/Types.h"
+
+class CZEVQtHost;
+class CZEVQtGridView;
+class CPropertyGrid;
+class CPreferenceManager;
+class CFileRecovery;
+class QAction;
+class QLabel;
+class QMenu;
+class QPlainTextEdit;
+class QPushButton;
+
+namespace studio {
+
+class MeshView;
+
+/// The studio's key under "Software\ZEV\" (shared with the command-line tool's preferences).
+inline constexpr const char* kStudioRegistryBase = "Software\\ZEV\\ZEVCore Studio";
+
+/// The message number of the paver's progress lines sent to the main window.
+inline constexpr UINT kProgressLineMessage = 0x8400;
+
+class StudioWindow : public QMainWindow {
+    Q_OBJECT
+public:
+    enum class MeshOutcome { Meshed, Stopped, Failed };
+
+    explicit StudioWindow(CZEVQtHost& host, QWidget* parent = nullptr);
+    ~StudioWindow() override;
+
+    /// Opens a boundary file or a project (the mesh options of a project come with it);
+    /// false, with a message box, when the file cannot be read.
+    bool OpenFile(const QString& path);
+    /// Writes the open region and the options as a project.
+    bool SaveProject(const QString& path);
+    /// Writes the mesh as MSH or SVG, by the name's extension.
+    bool SaveMesh(const QString& path);
+    /// Meshes the open region with the options shown.
+    MeshOutcome MeshNow();
+    /// When a timed backup of an earlier run is found, offers to open it (at start-up).
+    void OfferRecovery();
+    void ShowPreferences();
+    /// Takes the preferences' unit style, colours and defaults.
+    void ApplyPreferences();
+
+    bool HasRegion() const { return m_hasRegion; }
+    const zevtool::meshio::Region& Region() const { return m_region; }
+    const zevtool::meshio::Mesh& CurrentMesh() const { return m_mesh; }
+    MeshOptions& Options() { return m_options; }
+    CPropertyGrid& Grid() { return *m_grid; }
+    CZEVQtGridView* GridView() const { return m_gridView; }
+    MeshView* View() const { return m_view; }
+    QPlainTextEdit* Summary() const { return m_summary; }
+    QPlainTextEdit* Log() const { return m_log; }
+    CPreferenceManager& Preferences() { return *m_preferences; }
+    CFileRecovery& Recovery() { return *m_recovery; }
+    const QString& ProjectPath() const { return m_projectPath; }
+    QStringList RecentFiles() const;
+    /// The text the status bar shows last.
+    QString StatusText() const;
+
+    /// Called with each progress line's number while the paver runs (tests stop it here).
+    std::function<void(int line)> onProgressLine;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    LRESULT handleMessage(UINT message, WPARAM wParam, LPARAM lParam);
+    void buildMenus();
+    void chooseAndOpen();
+    void chooseAndSaveProject();
+    void chooseAndSaveMesh();
+    void chooseUnits();
+    void showRegion();
+    void addRecent(const QString& path);
+    void rebuildRecentMenu();
+    void setStatus(const QString& text);
+    void error(const QString& text);
+    MeshSettings defaultSettings() const;
+
+    CZEVQtHost& m_host;
+    HWND m_handle = nullptr;
+    std::unique_ptr<CPreferenceManager> m_preferences;
+    MeshOptions m_options;
+    std::unique_ptr<CPropertyGrid> m_grid;
+    CZEVQtGridView* m_gridView = nullptr;
+    MeshView* m_view = nullptr;
+    QPlainTextEdit* m_summary = nullptr;
+    QPlainTextEdit* m_log = nullptr;
+    QPushButton* m_meshButton = nullptr;
+    QMenu* m_recentMenu = nullptr;
+    QLabel* m_status = nullptr;
+    std::unique_ptr<CFileRecovery> m_recovery;
+
+    zevtool::meshio::Region m_region;
+    zevtool::meshio::Mesh m_mesh;
+    bool m_hasRegion = false;
+    QString m_sourcePath;
+    QString m_projectPath;
+    bool m_meshing = false;
+    bool m_stopRequested = false;
+    int m_lines = 0;
+};
+
+}  // namespace studio

@@ -1,0 +1,145 @@
+#include "mesh_paver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "zevcore/mesh/paver/MeshModel.h"
+
+namespace zevtool::meshio {
+
+namespace {
+
+Region regionOfModel(const Paver::CMeshModel& model) {
+    Region region;
+    for (const auto& lines : model.boundaries) {
+        std::vector<Point> loop;
+        for (const Paver::CLine2D& line : lines) loop.push_back({line.start.x, line.start.y});
+        region.loops.push_back(loop);
+    }
+    return region;
+}
+
+bool sidesCross(const Point& a, const Point& b, const Point& c, const Point& d) {
+    auto side = [](const Point& p, const Point& q, const Point& r) {
+        double t = (q.x - p.x) * (r.y - p.y) - (q.y - p.y) * (r.x - p.x);
+        return (t > 0.0) - (t < 0.0);
+    };
+    return side(a, b, c) * side(a, b, d) < 0 && side(c, d, a) * side(c, d, b) < 0;
+}
+
+}  // namespace
+
+PaverResult meshWithPaver(const Region& region, const PaverOptions& options) {
+    PaverResult result;
+    Paver::CMeshModel model;
+    model.SetExtended(options.extended);
+    if (options.progressWindow) model.SetHWND(options.progressWindow);
+    model.SetMessageIDs(static_cast<int>(options.message));
+    for (const auto& loop : region.loops) {
+        for (size_t i = 0; i < loop.size(); ++i) {
+            const Point& a = loop[i];
+            const Point& b = loop[(i + 1) % loop.size()];
+            model.AddBoundaryLine(Paver::CLine2D({a.x, a.y}, {b.x, b.y}));
+        }
+        model.AddBoundary();
+    }
+    for (const Point& p : region.interiorPoints) model.interiorPoints.emplace_back(p.x, p.y);
+    for (const Point& p : region.boundaryPoints) model.boundaryPoints.emplace_back(p.x, p.y);
+    result.complete =
+        model.Mesh(options.limit, options.size, options.divisions, false) && model.fronts.empty();
+    for (int i = 0; i < model.NumVertices(); ++i)
+        result.mesh.nodes.push_back({model.GetX(i), model.GetY(i)});
+    for (int q = 0; q < model.NumQuads(); ++q) {
+        Element e;
+        for (int c = 0; c < 4; ++c) e.v[static_cast<size_t>(c)] = model.GetQuadVertIndex(q, c);
+        result.mesh.elements.push_back(e);
+    }
+    result.missedInteriorPoints = model.MissedInteriorPoints();
+    return result;
+}
+
+Region builtInShape(int n) {
+    Paver::CMeshModel model;
+    model.DrawShape(n);
+    return regionOfModel(model);
+}
+
+double defaultSize(const Region& region) {
+    double minX = 1e300, minY = 1e300, maxX = -1e300, maxY = -1e300;
+    for (const auto& loop : region.loops)
+        for (const Point& p : loop) {
+            minX = std::min(minX, p.x), maxX = std::max(maxX, p.x);
+            minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+        }
+    double extent = std::max(maxX - minX, maxY - minY);
+    return extent > 0.0 ? extent / 16.0 : 1.0;
+}
+
+// A size that would make the boundary or the rows too many to pave in reasonable time and
+// memory is refused before any work.
+constexpr double kMaxBoundarySegments = 100000.0;
+constexpr double kMaxRows = 10000.0;
+
+std::string sizeProblem(const Region& region, double size) {
+    double segments = 0.0;
+    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
+    for (const auto& loop : region.loops)
+        for (size_t i = 0; i < loop.size(); ++i) {
+            const Point& a = loop[i];
+            const Point& b = loop[(i + 1) % loop.size()];
+            segments += std::hypot(b.x - a.x, b.y - a.y) / size;
+            minX = std::min(minX, a.x), maxX = std::max(maxX, a.x);
+            minY = std::min(minY, a.y), maxY = std::max(maxY, a.y);
+        }
+    // Rows run inward from the boundary; half the smaller side bounds how many meet.
+    double rows = 0.5 * std::min(maxX - minX, maxY - minY) / size;
+    char text[200];
+    if (!(segments <= kMaxBoundarySegments)) {
+        std::snprintf(text, sizeof text,
+                      "would need %.3g boundary segments (at most %.0f; give a larger size)",
+                      segments, kMaxBoundarySegments);
+        return text;
+    }
+    if (!(rows <= kMaxRows)) {
+        std::snprintf(text, sizeof text, "would need %.3g rows (at most %.0f; give a larger size)",
+                      rows, kMaxRows);
+        return text;
+    }
+    return "";
+}
+
+bool Coverage::covered() const {
+    return folded == 0 && std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
+}
+
+Coverage measureCoverage(const Region& region, const Mesh& mesh) {
+    Coverage c;
+    for (size_t i = 0; i < region.loops.size(); ++i)
+        if (i == 0 || i >= region.solid.size() || !region.solid[i])
+            c.regionArea += signedArea(region.loops[i]);
+    for (const Element& e : mesh.elements) {
+        std::vector<Point> corners;
+        bool finite = true;
+        for (int k = 0; k < e.count; ++k) {
+            int at = e.v[static_cast<size_t>(k)];
+            if (at < 0 || static_cast<size_t>(at) >= mesh.nodes.size()) {
+                finite = false;
+                break;
+            }
+            const Point& p = mesh.nodes[static_cast<size_t>(at)];
+            finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
+            corners.push_back(p);
+        }
+        double area = finite ? signedArea(corners) : 0.0;
+        bool folded =
+            !finite || !(area > 0.0) ||
+            (e.count == 4 && (sidesCross(corners[0], corners[1], corners[2], corners[3]) ||
+                              sidesCross(corners[1], corners[2], corners[3], corners[0])));
+        c.folded += folded ? 1 : 0;
+        if (finite) c.elementArea += area;
+    }
+    return c;
+}
+
+}  // namespace zevtool::meshio

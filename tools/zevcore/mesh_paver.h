@@ -1,0 +1,56 @@
+#pragma once
+
+// The paver as the tool and the studio run it: a region in, a mesh out, the mesher's
+// progress lines sent to a window through the installed window service. Also the defaults
+// and checks both front ends share.
+
+#include "mesh_io.h"
+#include "zevcore/platform/Types.h"
+
+namespace zevtool::meshio {
+
+struct PaverResult {
+    Mesh mesh;
+    int missedInteriorPoints = 0;
+    /// False when the mesher stopped with a front still open.
+    bool complete = true;
+};
+
+struct PaverOptions {
+    double size = 1.0;
+    int divisions = 0;
+    int limit = 1;
+    bool extended = false;
+    /// Where the progress lines go (as message `message`, wParam 0, lParam the text); null
+    /// for the application's main window.
+    HWND progressWindow = nullptr;
+    UINT message = 0x8400;
+};
+
+/// Runs the paver over the region. Whatever a progress handler throws leaves the mesher and
+/// comes out of here, the model freed: that is how a front end stops it.
+PaverResult meshWithPaver(const Region& region, const PaverOptions& options);
+
+/// Built-in shape `n` (1 to 5) of the paver.
+Region builtInShape(int n);
+
+/// A sixteenth of the larger side of the region's bounding box (1 for an empty region).
+double defaultSize(const Region& region);
+
+/// Why meshing the region at `size` would take too long: "" when it would not, else the
+/// reason, as "would need 2.4e+05 boundary segments (at most 100000; give a larger size)".
+/// A size needing more than 100000 boundary segments or 10000 rows is refused.
+std::string sizeProblem(const Region& region, double size);
+
+/// Whether the elements cover the region: their summed area against the region's, and no
+/// element folded (turned over, or with two sides crossing), since a fold can hide a gap.
+struct Coverage {
+    double regionArea = 0.0;
+    double elementArea = 0.0;
+    int folded = 0;
+    bool covered() const;
+};
+
+Coverage measureCoverage(const Region& region, const Mesh& mesh);
+
+}  // namespace zevtool::meshio
