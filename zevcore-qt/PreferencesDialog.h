@@ -17,6 +17,7 @@ class CZEVQtGridView;
 class CPreferenceManager;
 
 class CZEVQtPreferencesDialog : public QDialog {
+    Q_OBJECT
 public:
     CZEVQtPreferencesDialog(CPreferenceManager& manager, QWidget* parent = nullptr);
     ~CZEVQtPreferencesDialog() override;

@@ -13,6 +13,7 @@ class QCheckBox;
 class QComboBox;
 
 class CZEVQtUnitStyleDialog : public QDialog {
+    Q_OBJECT
 public:
     CZEVQtUnitStyleDialog(Units::CUnitStyleDlg& logic, QWidget* parent = nullptr);
 

@@ -12,6 +12,24 @@ namespace fs = std::filesystem;
 
 namespace zevtest {
 
+fs::path isolateFromUser() {
+    std::string pattern = (fs::temp_directory_path() / "zevhome-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) return {};
+    const fs::path home(pattern);
+    for (const char* sub : {".config", ".local/share", ".cache", "Documents", "runtime"})
+        fs::create_directories(home / sub);
+    fs::permissions(home / "runtime", fs::perms::owner_all, fs::perm_options::replace);
+    setenv("HOME", home.c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (home / ".config").c_str(), 1);
+    setenv("XDG_DATA_HOME", (home / ".local/share").c_str(), 1);
+    setenv("XDG_CACHE_HOME", (home / ".cache").c_str(), 1);
+    setenv("XDG_RUNTIME_DIR", (home / "runtime").c_str(), 1);
+    setenv("ZEV_REGISTRY", (home / ".config/registry.db").c_str(), 1);
+    setenv("ZEV_COMMON_DATA", (home / "common").c_str(), 1);
+    setenv("ZEV_TEST_HOME", home.c_str(), 1);
+    return home;
+}
+
 TempDir::TempDir() {
     std::string pattern = (fs::temp_directory_path() / "zevtest-XXXXXX").string();
     if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");

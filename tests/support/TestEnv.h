@@ -1,8 +1,14 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 namespace zevtest {
+
+/// Gives the process a home, XDG folders and a settings store of its own in a fresh
+/// temporary folder (ZEV_TEST_HOME names it), so that no test reads or writes the settings
+/// or files of the person running it. Answers the folder; empty when none could be made.
+std::filesystem::path isolateFromUser();
 
 /// A fresh folder under the build tree's temporary area, removed when the object goes.
 class TempDir {
