@@ -248,9 +248,11 @@ private slots:
         QVERIFY(!ZEVWindows().PostMessage(handle, 7, 0, 0));
 
         int ticks = 0;
-        QCOMPARE(ZEVTimers().SetTimer(42, 5, [&](UINT_PTR id) {
-            if (++ticks == 3) ZEVTimers().KillTimer(id);  // a timer may end itself
-        }),
+        QCOMPARE(ZEVTimers().SetTimer(42, 5,
+                                      [&](UINT_PTR id) {
+                                          if (++ticks == 3)
+                                              ZEVTimers().KillTimer(id);  // a timer may end itself
+                                      }),
                  UINT_PTR(42));
         QTRY_COMPARE(ticks, 3);
         QTest::qWait(30);
@@ -268,18 +270,14 @@ private slots:
             box->checkBox()->setChecked(true);
             box->button(QMessageBox::No)->click();
         });
-        QCOMPARE(m_host.Dialogs().MessageBoxDontAsk(nullptr, key, "Q1", "Go on?", "Test",
-                                                    MB_YESNO),
+        QCOMPARE(m_host.Dialogs().MessageBoxDontAsk(nullptr, key, "Q1", "Go on?", "Test", MB_YESNO),
                  IDNO);
         // Answered from the store now, without a box.
-        QCOMPARE(m_host.Dialogs().MessageBoxDontAsk(nullptr, key, "Q1", "Go on?", "Test",
-                                                    MB_YESNO),
+        QCOMPARE(m_host.Dialogs().MessageBoxDontAsk(nullptr, key, "Q1", "Go on?", "Test", MB_YESNO),
                  IDNO);
         CZEVQtDialogs::ForgetAnswers(key);
-        whenModal<QMessageBox>(
-            [](QMessageBox* box) { box->button(QMessageBox::Yes)->click(); });
-        QCOMPARE(m_host.Dialogs().MessageBoxDontAsk(nullptr, key, "Q1", "Go on?", "Test",
-                                                    MB_YESNO),
+        whenModal<QMessageBox>([](QMessageBox* box) { box->button(QMessageBox::Yes)->click(); });
+        QCOMPARE(m_host.Dialogs().MessageBoxDontAsk(nullptr, key, "Q1", "Go on?", "Test", MB_YESNO),
                  IDYES);
     }
 
@@ -353,7 +351,8 @@ private slots:
         }
         auto reread = zevtool::makeStudioPreferences("Binding Test");
         reread->ReadPreferencesFromRegistry();
-        auto* decimals = dynamic_cast<CIntPreference*>(reread->GetPreference(zevtool::kPrefDecimals));
+        auto* decimals =
+            dynamic_cast<CIntPreference*>(reread->GetPreference(zevtool::kPrefDecimals));
         QVERIFY(decimals);
         QCOMPARE(decimals->GetValue(), 5);
     }

@@ -27,7 +27,17 @@ namespace zevqttest {
 /// the tests saw.
 inline void screenshot(QWidget* widget, const char* name) {
     QApplication::processEvents();
-    QWidget* window = widget->window();
+    if (!widget->isWindow()) {
+        // A part of a window: that widget alone, with its children.
+        const QImage part = widget->grab().toImage();
+        for (const QString& folder :
+             {QString(ZEV_SCREENSHOT_DIR), QString(ZEV_BINARY_SCREENSHOT_DIR)}) {
+            QDir().mkpath(folder);
+            part.save(folder + "/" + name);
+        }
+        return;
+    }
+    QWidget* window = widget;
     const QPoint origin = window->pos();
     QRect area(QPoint(0, 0), window->size());
     std::vector<std::pair<QPoint, QPixmap>> over;
@@ -45,7 +55,8 @@ inline void screenshot(QWidget* widget, const char* name) {
         painter.drawPixmap(0, 0, window->grab());
         for (const auto& [at, pixmap] : over) painter.drawPixmap(at, pixmap);
     }
-    for (const QString& folder : {QString(ZEV_SCREENSHOT_DIR), QString(ZEV_BINARY_SCREENSHOT_DIR)}) {
+    for (const QString& folder :
+         {QString(ZEV_SCREENSHOT_DIR), QString(ZEV_BINARY_SCREENSHOT_DIR)}) {
         QDir().mkpath(folder);
         image.save(folder + "/" + name);
     }
@@ -53,22 +64,22 @@ inline void screenshot(QWidget* widget, const char* name) {
 
 }  // namespace zevqttest
 
-#define ZEV_QTEST_MAIN(TestClass)                                                   \
-    int main(int argc, char** argv) {                                               \
-        const std::filesystem::path home = zevtest::isolateFromUser();              \
-        const std::filesystem::path tmp = home / "tmp";                             \
-        std::filesystem::create_directories(tmp);                                   \
-        setenv("TMPDIR", tmp.c_str(), 1);                                           \
+#define ZEV_QTEST_MAIN(TestClass)                                                       \
+    int main(int argc, char** argv) {                                                   \
+        const std::filesystem::path home = zevtest::isolateFromUser();                  \
+        const std::filesystem::path tmp = home / "tmp";                                 \
+        std::filesystem::create_directories(tmp);                                       \
+        setenv("TMPDIR", tmp.c_str(), 1);                                               \
         if (!std::getenv("QT_QPA_PLATFORM")) setenv("QT_QPA_PLATFORM", "offscreen", 1); \
-        int result = 1;                                                             \
-        {                                                                           \
-            QApplication app(argc, argv);                                           \
-            InitCoreDLL();                                                          \
-            CZEVQtHost host;                                                        \
-            TestClass tests(host);                                                  \
-            result = QTest::qExec(&tests, argc, argv);                              \
-        }                                                                           \
-        std::error_code ignored;                                                    \
-        if (!home.empty()) std::filesystem::remove_all(home, ignored);              \
-        return result;                                                              \
+        int result = 1;                                                                 \
+        {                                                                               \
+            QApplication app(argc, argv);                                               \
+            InitCoreDLL();                                                              \
+            CZEVQtHost host;                                                            \
+            TestClass tests(host);                                                      \
+            result = QTest::qExec(&tests, argc, argv);                                  \
+        }                                                                               \
+        std::error_code ignored;                                                        \
+        if (!home.empty()) std::filesystem::remove_all(home, ignored);                  \
+        return result;                                                                  \
     }

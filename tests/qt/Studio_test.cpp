@@ -1,0 +1,258 @@
+// ZEVCore Studio driven as a user would: open a sample, edit the options, mesh, stop, save,
+// reopen, preferences, and the recovery of a timed backup.
+
+#include <QFile>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTimer>
+
+#include "MeshView.h"
+#include "QtTestMain.h"
+#include "StudioWindow.h"
+#include "zevcore-qt/GridView.h"
+#include "zevcore-qt/PreferencesDialog.h"
+#include "zevcore-qt/QtProgressView.h"
+#include "zevcore/files/FileRecovery.h"
+#include "zevcore/platform/Registry.h"
+#include "zevcore/quantities/Units.h"
+#include "zevcore/settings/PropertyGrid.h"
+
+using studio::StudioWindow;
+
+namespace {
+
+const QString kSample = QString(ZEV_SAMPLES_DIR) + "/plate_with_hole.txt";
+
+QString scratch(const char* name) {
+    return QString::fromUtf8(qgetenv("TMPDIR")) + "/" + name;
+}
+
+QByteArray readAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+// The value column's rectangle of the row whose name is `name`.
+QRect valueCell(CZEVQtGridView& view, const char* name) {
+    CUGCtrl& grid = view.Model();
+    for (int row = 0; row < grid.GetNumberRows(); ++row)
+        if (grid.DrawnCell(grid.GetNumberCols() - 2, row).GetText() == name)
+            return view.CellRect(grid.GetNumberCols() - 1, row);
+    return {};
+}
+
+void typeInto(CZEVQtGridView& view, const char* row, const char* text) {
+    QTest::mouseClick(&view, Qt::LeftButton, {}, valueCell(view, row).center() - QPoint(20, 0));
+    QVERIFY(view.Editor());
+    view.Editor()->selectAll();
+    QTest::keyClicks(view.Editor(), text);
+    QTest::keyClick(view.Editor(), Qt::Key_Return);
+}
+
+}  // namespace
+
+class TestStudio : public QObject {
+    Q_OBJECT
+public:
+    explicit TestStudio(CZEVQtHost& host) : m_host(host) {}
+
+private slots:
+    void init() {
+        RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV");
+        Units::resetStyles();
+        Units::readStyles();
+        Units::setStyle(UNIT_STYLE_USA, false);
+    }
+
+    void editingARowCommitsItOrShowsItsMessage() {
+        StudioWindow window(m_host);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(window.OpenFile(kSample));
+        QCOMPARE(window.Region().loops.size(), size_t(2));
+        zevqttest::screenshot(&window, "studio-main-window.png");
+
+        CZEVQtGridView& view = *window.GridView();
+        typeInto(view, "Element size", "0.6");
+        QVERIFY(!view.Editor());
+        QCOMPARE(window.Options().Settings().size, 0.6);
+        QVERIFY(window.Options().Modified());
+        QCOMPARE(window.StatusText(), QString("Mesh options changed"));
+
+        // An entry the row refuses stays open with the row's own message.
+        typeInto(view, "Element size", "-1");
+        QVERIFY(view.Editor());
+        QVERIFY(view.ErrorPopup()->isVisible());
+        QCOMPARE(view.ErrorPopup()->text(),
+                 QString::fromUtf8(window.Grid().ErrorWindow().Text().GetString()));
+        QVERIFY(!view.ErrorPopup()->text().isEmpty());
+        zevqttest::screenshot(&view, "property-grid.png");
+        QTest::keyClick(view.Editor(), Qt::Key_Escape);
+        QVERIFY(!view.Editor());
+        QCOMPARE(window.Options().Settings().size, 0.6);
+
+        // A list row: the method, picked from its list.
+        const QRect method = valueCell(view, "Method");
+        QTest::mouseClick(&view, Qt::LeftButton, {}, QPoint(method.right() - 4, method.center().y()));
+        QVERIFY(view.OpenList());
+        view.OpenList()->actions().at(1)->trigger();
+        QCOMPARE(window.Options().Settings().method, std::string("triangle"));
+    }
+
+    void meshingCanBeStoppedHalfway() {
+        StudioWindow window(m_host);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(window.OpenFile(kSample));
+        int lines = 0;
+        window.onProgressLine = [&](int line) { lines = line; };
+        window.MeshNow();
+        QVERIFY(!window.CurrentMesh().elements.empty());
+        QVERIFY(lines > 4);
+        const int full = lines;
+
+        CZEVManualClock clock;
+        IZEVClock* before = ZEVInstallClock(&clock);
+        bool clicked = false;
+        window.onProgressLine = [&](int line) {
+            lines = line;
+            clock.Advance(5000);  // the library looks for a press of stop every few seconds
+            if (line == full / 2 && !clicked) {
+                CZEVQtProgressView* progress = CZEVQtProgressView::Live(0);
+                QVERIFY(progress && progress->isVisible());
+                zevqttest::screenshot(&window, "studio-meshing-progress.png");
+                QTest::mouseClick(progress->StopButton(), Qt::LeftButton);
+                clicked = true;
+            }
+        };
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Stopped);
+        ZEVInstallClock(before);
+        QVERIFY(clicked);
+        QVERIFY(lines < full);
+        QVERIFY(window.CurrentMesh().elements.empty());
+        QVERIFY(window.Summary()->toPlainText().contains("stopped by the user"));
+        QVERIFY(!CZEVQtProgressView::Live(0));
+        // The window works on: the next run meshes again.
+        window.onProgressLine = nullptr;
+        window.MeshNow();
+        QVERIFY(!window.CurrentMesh().elements.empty());
+    }
+
+    void aMeshIsSavedAndTheProjectReopened() {
+        StudioWindow window(m_host);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(window.OpenFile(kSample));
+        QVERIFY(!window.CurrentMesh().elements.size());
+        window.MeshNow();
+        QVERIFY(window.CurrentMesh().elements.size() > 100);
+        QVERIFY(window.Summary()->toPlainText().contains("method:            paver"));
+        zevqttest::screenshot(&window, "studio-meshed-sample.png");
+
+        studio::MeshSettings triangles = window.Options().Settings();
+        triangles.method = "triangle";
+        triangles.size = 0.5;
+        window.Options().Load(triangles);
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
+        const QString msh = scratch("plate.msh"), svg = scratch("plate.svg");
+        QVERIFY(window.SaveMesh(msh));
+        QVERIFY(window.SaveMesh(svg));
+        QVERIFY(readAll(msh).startsWith("$MeshFormat"));
+        QVERIFY(readAll(svg).contains("<svg"));
+
+        const QString project = scratch("plate.zevp");
+        QVERIFY(window.SaveProject(project));
+        QVERIFY(!window.Options().Modified());
+        QVERIFY(window.OpenFile(kSample));
+        QCOMPARE(window.Options().Settings().method, std::string("paver"));
+        QVERIFY(window.OpenFile(project));
+        QCOMPARE(window.ProjectPath(), project);
+        QCOMPARE(window.Options().Settings().method, std::string("triangle"));
+        QCOMPARE(window.Options().Settings().size, 0.5);
+        QCOMPARE(window.Region().loops.size(), size_t(2));
+        QCOMPARE(window.Region().interiorPoints.size(), size_t(4));
+        QCOMPARE(window.RecentFiles().front(), QFileInfo(project).absoluteFilePath());
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
+
+        // A bad file is refused with its line and the reader's message.
+        CZEVScriptedDialogs dialogs;
+        IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
+        const QString bad = scratch("bad.txt");
+        QFile file(bad);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("0 0\n1 0\n1 x\n");
+        file.close();
+        QVERIFY(!window.OpenFile(bad));
+        ZEVInstallDialogs(old);
+        QCOMPARE(dialogs.Asked().size(), size_t(1));
+        QVERIFY(QString::fromStdString(dialogs.Asked()[0].text).startsWith(bad + ":3: "));
+        QCOMPARE(window.ProjectPath(), project);  // the open project stays
+    }
+
+    void preferencesChangeTheUnitsShown() {
+        StudioWindow window(m_host);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        QVERIFY(window.OpenFile(kSample));
+        QTimer::singleShot(0, [] {
+            for (int tries = 0; tries < 200; ++tries) {
+                if (auto* dialog = qobject_cast<CZEVQtPreferencesDialog*>(
+                        QApplication::activeModalWidget())) {
+                    CZEVQtGridView& units = *dialog->View(0);
+                    const QRect style = valueCell(units, "Unit style");
+                    QTest::mouseClick(&units, Qt::LeftButton, {},
+                                      QPoint(style.right() - 4, style.center().y()));
+                    QVERIFY(units.OpenList());
+                    units.OpenList()->actions().at(UNIT_STYLE_NEWTONS_METERS)->trigger();
+                    dialog->accept();
+                    return;
+                }
+                QTest::qWait(10);
+            }
+        });
+        window.ShowPreferences();
+        QCOMPARE(Units::currentStyle(), UNIT_STYLE_NEWTONS_METERS);
+        const CUGCell size = window.Grid().DrawnCell(window.Grid().GetPropertyColumn(), 0);
+        QVERIFY(QString::fromUtf8(size.GetText().GetString()).endsWith(" m"));
+
+        // Kept in the settings store: the next start shows the same.
+        Units::setStyle(UNIT_STYLE_USA, false);
+        StudioWindow next(m_host);
+        QCOMPARE(Units::currentStyle(), UNIT_STYLE_NEWTONS_METERS);
+    }
+
+    void aTimedBackupIsOfferedAfterACrash() {
+        StudioWindow window(m_host);
+        QVERIFY(window.OpenFile(kSample));
+        window.Recovery().doTimedBackupEvent();
+        const QString backup = QString::fromUtf8(window.Recovery().timedBackupPath());
+        QVERIFY(backup.endsWith("_Timed_Backup.zevp"));
+        QVERIFY(readAll(backup).contains("# zevcore-studio options:"));
+
+        // The next start, as after a crash: the backup is still there.
+        CZEVScriptedDialogs dialogs;
+        dialogs.AnswerMessage(IDYES);
+        dialogs.AnswerFile(window.Recovery().timedBackupPath());
+        IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
+        StudioWindow next(m_host);
+        next.OfferRecovery();
+        ZEVInstallDialogs(old);
+        QVERIFY(next.HasRegion());
+        QCOMPARE(next.Region().interiorPoints.size(), size_t(4));
+        QVERIFY(next.ProjectPath().isEmpty());  // saved under a name the user gives
+        QCOMPARE(dialogs.Asked().size(), size_t(2));
+        QCOMPARE(dialogs.Asked()[0].caption, std::string("File Recovery!"));
+        QCOMPARE(dialogs.Asked()[1].kind, std::string("file"));
+    }
+
+private:
+    CZEVQtHost& m_host;
+};
+
+ZEV_QTEST_MAIN(TestStudio)
+#include "Studio_test.moc"
