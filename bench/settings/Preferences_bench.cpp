@@ -47,7 +47,8 @@ std::unique_ptr<CPreferenceManager> tree() {
     for (int c = 0; c < 10; ++c) {
         const int category = m->AddCategory(CString("Category ") + CString(std::to_string(c)), 0);
         for (int g = 0; g < 5; ++g) {
-            const int group = m->AddGroup(CString("Group ") + CString(std::to_string(g)), 0, category);
+            const int group =
+                m->AddGroup(CString("Group ") + CString(std::to_string(g)), 0, category);
             for (int i = 0; i < 10; ++i, ++key) {
                 const CString name = CString("Item ") + CString(std::to_string(i));
                 CPreferenceItem* item = nullptr;
@@ -56,7 +57,8 @@ std::unique_ptr<CPreferenceManager> tree() {
                         item = new CIntPreference(name, 0, key, 1 << 20, 0);
                         break;
                     case 1:
-                        item = new CQuantityPreference(name, 0, UNIT_LENGTH_SMALL, key * 0.5, 1.0, 0.0, 1e9);
+                        item = new CQuantityPreference(name, 0, UNIT_LENGTH_SMALL, key * 0.5, 1.0,
+                                                       0.0, 1e9);
                         break;
                     case 2:
                         item = new CStringPreference(name, 0, "a value of some length");
