@@ -331,6 +331,13 @@ TEST(PreferenceManager, AnotherProcessSeesAnAcceptedChange) {
 
 TEST(PreferenceManager, AWriterKilledMidwayLeavesAWholeTree) {
     zevtest::ScopedStore store;
+    {
+        Tree first("Killed");  // a whole tree before any writer is killed
+        first.decimals().SetValue(0);
+        first.span().SetValue(0);
+        first.title().SetString("zero");
+        ASSERT_EQ(first.manager.WritePreferencesToRegistry(), 1);
+    }
     for (int round = 0; round < 5; ++round) {
         const pid_t child = fork();
         ASSERT_GE(child, 0);
