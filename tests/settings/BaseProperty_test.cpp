@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 #include "support/TestEnv.h"
 #include "zevcore/platform/Host.h"
@@ -191,6 +192,42 @@ TEST_F(PropertyTest, ChoosersThroughTheDialogService) {
     EXPECT_FALSE(folder.dirty());
     ASSERT_EQ(dialogs.Asked().back().text, "Select folder for 'Output'");
     ZEVInstallDialogs(previous);
+}
+
+CTextProperty* gReentered = nullptr;
+int gDialogResult = 0;
+int reenteringDialog(void*) {
+    EXPECT_EQ(gReentered->run_dialog(), 2);  // the guard holds while the dialog runs
+    return gDialogResult;
+}
+
+TEST_F(PropertyTest, TextDialogsGuardAndMarkDirtyOnAcceptance) {
+    CTextProperty p("Section", "", true, -1, -1);
+    EXPECT_EQ(p.run_dialog(), 2);
+    p.set_parameter_dialog(reenteringDialog, nullptr);
+    p.text("W12x26");
+    p.clear_dirty_flag();
+    EXPECT_EQ(p.data_help(), "W12x26, Click [...] to modify.");
+    gReentered = &p;
+    for (int result : {2, 6, 1}) {
+        gDialogResult = result;
+        EXPECT_EQ(p.run_dialog(), result);
+        EXPECT_EQ(p.dirty(), result != 2) << result;
+    }
+}
+
+TEST_F(PropertyTest, QuantityHelpNamesTheUnits) {
+    CPhysicalProperty p("Span", UNIT_TIME, "", 0.0, 0.0, 1.7976931348623157e+308);
+    std::string expected = "Click to edit 'Span'.  Valid units are: ";
+    for (int i = 0; i < Units::units(UNIT_TIME); ++i) {
+        if (i) expected += ", ";
+        expected += Units::unitLabel(UNIT_TIME, i);
+    }
+    EXPECT_EQ(p.data_help(), CString(expected + "."));
+    p.value(3.0);
+    p.reset();
+    EXPECT_EQ(p.value(), 0.0);
+    EXPECT_TRUE(p.dirty());  // reset touches the value only
 }
 
 TEST_F(PropertyTest, FontTextAndAStoredFaceWithoutItsEnd) {

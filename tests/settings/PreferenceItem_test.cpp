@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <csignal>
 
 #include <cstring>
 #include <functional>
@@ -326,6 +327,40 @@ TEST(PreferenceManager, AnotherProcessSeesAnAcceptedChange) {
     Tree t("Shared");
     t.manager.ReadPreferencesFromRegistry();
     EXPECT_EQ(t.decimals().GetValue(), 5);
+}
+
+TEST(PreferenceManager, AWriterKilledMidwayLeavesAWholeTree) {
+    zevtest::ScopedStore store;
+    {
+        Tree first("Killed");  // a whole tree before any writer is killed
+        first.decimals().SetValue(0);
+        first.span().SetValue(0);
+        first.title().SetString("zero");
+        ASSERT_EQ(first.manager.WritePreferencesToRegistry(), 1);
+    }
+    for (int round = 0; round < 5; ++round) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            CZEVFileSettingsStore own(store.path().c_str());
+            ZEVInstallSettingsStore(&own);
+            Tree t("Killed");
+            for (int v = 0;; v = 1 - v) {
+                t.decimals().SetValue(v);
+                t.span().SetValue(v);
+                t.title().SetString(v ? "one" : "zero");
+                t.manager.WritePreferencesToRegistry();
+            }
+        }
+        usleep(static_cast<useconds_t>(20000 + round * 7000));
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+        Tree t("Killed");
+        ASSERT_EQ(t.manager.ReadPreferencesFromRegistry(), 1);
+        const int v = t.decimals().GetValue();
+        EXPECT_EQ(t.span().GetValue(), v) << "round " << round;
+        EXPECT_EQ(t.title().GetString(), v ? "one" : "zero") << "round " << round;
+    }
 }
 
 }  // namespace
