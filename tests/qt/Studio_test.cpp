@@ -98,7 +98,8 @@ private slots:
 
         // A list row: the method, picked from its list.
         const QRect method = valueCell(view, "Method");
-        QTest::mouseClick(&view, Qt::LeftButton, {}, QPoint(method.right() - 4, method.center().y()));
+        QTest::mouseClick(&view, Qt::LeftButton, {},
+                          QPoint(method.right() - 4, method.center().y()));
         QVERIFY(view.OpenList());
         view.OpenList()->actions().at(1)->trigger();
         QCOMPARE(window.Options().Settings().method, std::string("triangle"));
@@ -201,8 +202,8 @@ private slots:
         QVERIFY(window.OpenFile(kSample));
         QTimer::singleShot(0, [] {
             for (int tries = 0; tries < 200; ++tries) {
-                if (auto* dialog = qobject_cast<CZEVQtPreferencesDialog*>(
-                        QApplication::activeModalWidget())) {
+                if (auto* dialog =
+                        qobject_cast<CZEVQtPreferencesDialog*>(QApplication::activeModalWidget())) {
                     CZEVQtGridView& units = *dialog->View(0);
                     const QRect style = valueCell(units, "Unit style");
                     QTest::mouseClick(&units, Qt::LeftButton, {},

@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QTextCursor>
 #include <QVBoxLayout>
 #include <cmath>
 #include <fstream>
@@ -159,7 +160,7 @@ LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         if (wParam != 0 || lParam == 0) return 0;  // the mesher clearing its lines
         const QString line = QString::fromUtf8(reinterpret_cast<const char*>(lParam)).trimmed();
         ++m_lines;
-        if (!line.isEmpty() && line != ".") m_log->appendPlainText(line);
+        if (!line.isEmpty() && line != ".") logLine(line);
         if (onProgressLine) onProgressLine(m_lines);
         if (m_meshing) {
             m_host.Windows().PumpMessages();
@@ -185,6 +186,22 @@ LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
         return 0;
     }
     return 0;
+}
+
+void StudioWindow::logLine(const QString& line) {
+    // A line the mesher repeats many times in a row is shown once, with its count.
+    if (line == m_lastLine) {
+        ++m_repeats;
+        QTextCursor cursor = m_log->textCursor();
+        cursor.movePosition(QTextCursor::End);
+        cursor.select(QTextCursor::BlockUnderCursor);
+        cursor.removeSelectedText();
+        m_log->appendPlainText(QString("%1  (%2 times)").arg(line).arg(m_repeats + 1));
+        return;
+    }
+    m_lastLine = line;
+    m_repeats = 0;
+    m_log->appendPlainText(line);
 }
 
 MeshSettings StudioWindow::defaultSettings() const {
@@ -319,6 +336,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     }
 
     m_log->clear();
+    m_lastLine.clear();
     m_lines = 0;
     m_stopRequested = false;
     Mesh mesh;

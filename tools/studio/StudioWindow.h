@@ -86,6 +86,7 @@ protected:
 private:
     LRESULT handleMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void buildMenus();
+    void logLine(const QString& line);
     void chooseAndOpen();
     void chooseAndSaveProject();
     void chooseAndSaveMesh();
@@ -119,6 +120,8 @@ private:
     bool m_meshing = false;
     bool m_stopRequested = false;
     int m_lines = 0;
+    QString m_lastLine;
+    int m_repeats = 0;
 };
 
 }  // namespace studio
