@@ -245,7 +245,7 @@ void CZEVQtGridView::Refresh() {
 
 void CZEVQtGridView::afterAction() {
     Refresh();
-    emit modelChanged();
+    Q_EMIT modelChanged();
 }
 
 bool CZEVQtGridView::finishEdit(bool cancelled) {

@@ -39,7 +39,7 @@ public:
     void Refresh();
     QSize sizeHint() const override;
 
-signals:
+Q_SIGNALS:
     /// After each user action the model accepted or refused, for the application.
     void modelChanged();
 

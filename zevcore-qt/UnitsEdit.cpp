@@ -122,7 +122,7 @@ void CZEVQtUnitsEdit::carryOut(ETUnitsEditMove move) {
             return;
         case UEM_PREVIOUS:
         case UEM_NEXT:
-            emit moveRequested(move);
+            Q_EMIT moveRequested(move);
             if (QWidget* w = window()) {
                 // focusNextPrevChild is protected: step through the window's chain instead.
                 QWidget* target = move == UEM_NEXT ? nextInFocusChain() : previousInFocusChain();
@@ -134,7 +134,7 @@ void CZEVQtUnitsEdit::carryOut(ETUnitsEditMove move) {
             return;
         case UEM_DEFAULT_BUTTON:
         case UEM_SHEET_BUTTON: {
-            emit moveRequested(move);
+            Q_EMIT moveRequested(move);
             if (auto* dialog = qobject_cast<QDialog*>(window())) {
                 for (QPushButton* b : dialog->findChildren<QPushButton*>())
                     if (b->isDefault()) {

@@ -46,7 +46,7 @@ public:
     /// Shows what the logic holds now: text, selection and colour.
     void Sync();
 
-signals:
+Q_SIGNALS:
     /// The logic asked for the focus to move on (UEM_NEXT, UEM_PREVIOUS) or for the default
     /// button (UEM_DEFAULT_BUTTON, UEM_SHEET_BUTTON).
     void moveRequested(int move);

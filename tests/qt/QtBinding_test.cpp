@@ -73,7 +73,7 @@ class TestBinding : public QObject {
 public:
     explicit TestBinding(CZEVQtHost& host) : m_host(host) {}
 
-private slots:
+private Q_SLOTS:
     void init() {
         // Whatever a test saved of the unit styles is forgotten.
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV\\Units2010");

@@ -18,6 +18,7 @@
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtProgressView.h"
 #include "zevcore/files/FileRecovery.h"
+#include "zevcore/graphics/GridManager.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/settings/PropertyGrid.h"
@@ -61,7 +62,7 @@ class TestStudio : public QObject {
 public:
     explicit TestStudio(CZEVQtHost& host) : m_host(host) {}
 
-private slots:
+private Q_SLOTS:
     void init() {
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV");
         Units::resetStyles();
@@ -75,6 +76,14 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QVERIFY(window.OpenFile(kSample));
         QCOMPARE(window.Region().loops.size(), size_t(2));
+
+        // The pointer snaps to the region's grid (half-inch steps for the 12 by 8 plate).
+        QCOMPARE(window.Grids().gridCount(), 1);
+        studio::MeshView& drawing = *window.View();
+        QTest::mouseMove(&drawing, drawing.ToView(6.1, 3.8).toPoint());
+        QCOMPARE(drawing.SnapPoint(drawing.ToView(6.1, 3.8)), QPointF(6.0, 4.0));
+        QCOMPARE(drawing.SnapPoint(drawing.ToView(-1.2, 0.3)), QPointF(-1.0, 0.5));
+        QCOMPARE(window.CoordinatesText(), QString("x 6 in   y 4 in"));
         zevqttest::screenshot(&window, "studio-main-window.png");
 
         CZEVQtGridView& view = *window.GridView();

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zevcore/graphics/GridManager.h"
+
 namespace studio {
 
 using zevtool::meshio::Element;
@@ -49,6 +51,7 @@ QColor qualityColor(double quality) {
 
 MeshView::MeshView(QWidget* parent) : QWidget(parent) {
     setObjectName("zevMeshView");
+    setMouseTracking(true);
     setMinimumSize(200, 150);
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
@@ -118,23 +121,41 @@ QPointF MeshView::ToModel(const QPointF& point) const {
     return QPointF((point.x() - m_origin.x()) / m_scale, (m_origin.y() - point.y()) / m_scale);
 }
 
-void MeshView::drawGrid(QPainter& painter) {
-    // Lines at a round spacing of about 40 pixels, in the drawing's units.
-    const double target = 40.0 / m_scale;
-    const double power = std::pow(10.0, std::floor(std::log10(target)));
-    double step = power;
-    for (double f : {1.0, 2.0, 5.0, 10.0})
-        if (power * f >= target) {
-            step = power * f;
-            break;
+void MeshView::SetGrids(CGridManager* grids) {
+    m_grids = grids;
+    update();
+}
+
+QPointF MeshView::SnapPoint(const QPointF& viewPoint) const {
+    const QPointF model = ToModel(viewPoint);
+    if (!m_grids || !m_showGrid) return model;
+    double distance = 0.0;
+    const CPoint3D p = m_grids->closestGridPoint(CPoint3D(model.x(), model.y(), 0.0), distance);
+    // No visible grid answers an enormous distance.
+    return distance < 1e30 ? QPointF(p.x, p.y) : model;
+}
+
+void MeshView::drawGrids(QPainter& painter) {
+    if (!m_grids) return;
+    const QColor dot =
+        m_background.lightness() > 128 ? QColor(150, 150, 150) : QColor(120, 120, 120);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(dot);
+    for (int g = 1; g <= m_grids->gridCount(); ++g) {
+        CGraphicGrid* grid = m_grids->grid(g);
+        if (!grid || !grid->isVisible()) continue;
+        const auto& points = grid->getGridPoints();
+        // Dots closer than a few pixels would only grey the picture.
+        const CPoint3D spacing = grid->spacing();
+        const double step = std::max(std::fabs(spacing.x), std::fabs(spacing.y)) * m_scale;
+        if (step > 0.0 && step < 4.0) continue;
+        const double radius = grid->isBigDots() ? 2.0 : 1.2;
+        for (int i = 1; i <= points.getCount(); ++i) {
+            const CPoint3D* p = points[i];
+            if (p) painter.drawEllipse(ToView(p->x, p->y), radius, radius);
         }
-    const QPointF low = ToModel(QPointF(0, height())), high = ToModel(QPointF(width(), 0));
-    painter.setPen(
-        QPen(m_background.lightness() > 128 ? QColor(225, 225, 225) : QColor(60, 60, 60), 0));
-    for (double x = std::ceil(low.x() / step) * step; x <= high.x(); x += step)
-        painter.drawLine(ToView(x, low.y()), ToView(x, high.y()));
-    for (double y = std::ceil(low.y() / step) * step; y <= high.y(); y += step)
-        painter.drawLine(ToView(low.x(), y), ToView(high.x(), y));
+    }
+    painter.setBrush(Qt::NoBrush);
 }
 
 void MeshView::paintEvent(QPaintEvent*) {
@@ -146,8 +167,6 @@ void MeshView::paintEvent(QPaintEvent*) {
         return;
     }
     painter.setRenderHint(QPainter::Antialiasing);
-    if (m_showGrid) drawGrid(painter);
-
     // The region, filled, so that the mesh is seen against it.
     QPainterPath region;
     region.setFillRule(Qt::OddEvenFill);
@@ -160,6 +179,7 @@ void MeshView::paintEvent(QPaintEvent*) {
         region.addPolygon(polygon);
     }
     painter.fillPath(region, QColor(235, 240, 250));
+    if (m_showGrid) drawGrids(painter);
 
     painter.setPen(QPen(m_lines, 0));
     for (size_t e = 0; e < m_mesh.elements.size(); ++e) {
@@ -184,6 +204,14 @@ void MeshView::paintEvent(QPaintEvent*) {
     painter.setBrush(QColor(30, 30, 200));
     for (const Point& p : m_region.boundaryPoints) painter.drawEllipse(ToView(p.x, p.y), 3.5, 3.5);
 
+    if (m_hasSnap) {
+        // Where the pointer snaps to.
+        const QPointF at = ToView(m_snapped.x(), m_snapped.y());
+        painter.setPen(QPen(QColor(200, 0, 0), 1));
+        painter.drawLine(at - QPointF(6, 0), at + QPointF(6, 0));
+        painter.drawLine(at - QPointF(0, 6), at + QPointF(0, 6));
+    }
+
     if (!m_mesh.elements.empty()) {
         // The key to the colours.
         const QRect key(width() - 130, height() - 26, 120, 12);
@@ -205,7 +233,13 @@ void MeshView::mousePressEvent(QMouseEvent* event) {
 }
 
 void MeshView::mouseMoveEvent(QMouseEvent* event) {
-    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) return;
+    if (!(event->buttons() & (Qt::LeftButton | Qt::MiddleButton))) {
+        m_snapped = SnapPoint(event->position());
+        m_hasSnap = m_hasRegion;
+        Q_EMIT pointerMoved(m_snapped);
+        update();
+        return;
+    }
     m_origin += event->position() - m_dragFrom;
     m_dragFrom = event->position();
     update();

@@ -10,6 +10,8 @@
 
 #include "mesh_io.h"
 
+class CGridManager;
+
 namespace studio {
 
 /// An element's quality from 0 (folded or flat) to 1 (every angle the ideal: 60 degrees in
@@ -21,6 +23,7 @@ double elementQuality(const zevtool::meshio::Mesh& mesh, const zevtool::meshio::
 QColor qualityColor(double quality);
 
 class MeshView : public QWidget {
+    Q_OBJECT
 public:
     explicit MeshView(QWidget* parent = nullptr);
 
@@ -31,12 +34,21 @@ public:
     void Fit();
     void SetColors(QColor background, QColor lines);
     void SetShowGrid(bool show);
+    /// The snap grids drawn (the visible ones) and snapped to; not owned, null for none.
+    void SetGrids(CGridManager* grids);
+    /// The point of the drawing the pointer snaps to at a view point: the nearest point of a
+    /// visible grid, or the point itself when no grid is shown.
+    QPointF SnapPoint(const QPointF& viewPoint) const;
 
     double Scale() const { return m_scale; }
     /// A point of the view in the drawing's coordinates.
     QPointF ToModel(const QPointF& point) const;
     QPointF ToView(double x, double y) const;
     QSize sizeHint() const override { return QSize(640, 480); }
+
+Q_SIGNALS:
+    /// The pointer moved; `snapped` is where it snaps to, in the drawing's coordinates.
+    void pointerMoved(QPointF snapped);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -47,7 +59,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void drawGrid(QPainter& painter);
+    void drawGrids(QPainter& painter);
 
     zevtool::meshio::Region m_region;
     zevtool::meshio::Mesh m_mesh;
@@ -60,6 +72,9 @@ private:
     QColor m_background = Qt::white;
     QColor m_lines = QColor(0, 0, 128);
     bool m_showGrid = true;
+    CGridManager* m_grids = nullptr;
+    QPointF m_snapped;
+    bool m_hasSnap = false;
 };
 
 }  // namespace studio

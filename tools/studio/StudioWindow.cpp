@@ -14,6 +14,7 @@
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <sstream>
@@ -29,6 +30,8 @@
 #include "zevcore-qt/QtHost.h"
 #include "zevcore/files/FileRecovery.h"
 #include "zevcore/frame/Progress.h"
+#include "zevcore/graphics/GraphicGrid.h"
+#include "zevcore/graphics/GridManager.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/settings/PreferenceItem.h"
@@ -98,7 +101,13 @@ StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
     sideLayout->addWidget(new QLabel(tr("<b>Quality</b>"), side));
     sideLayout->addWidget(m_summary, 3);
 
+    m_grids = std::make_unique<CGridManager>();
     m_view = new MeshView(this);
+    connect(m_view, &MeshView::pointerMoved, this, [this](QPointF at) {
+        const QString x = QString::fromUtf8(Units::show(UNIT_LENGTH_SMALL, at.x(), UNIT_SHOW));
+        const QString y = QString::fromUtf8(Units::show(UNIT_LENGTH_SMALL, at.y(), UNIT_SHOW));
+        m_coordinates->setText(QString("x %1   y %2").arg(x, y));
+    });
     auto* splitter = new QSplitter(this);
     splitter->addWidget(side);
     splitter->addWidget(m_view);
@@ -117,6 +126,9 @@ StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
 
     m_status = new QLabel(this);
     statusBar()->addWidget(m_status, 1);
+    m_coordinates = new QLabel(this);
+    m_coordinates->setObjectName("coordinates");
+    statusBar()->addPermanentWidget(m_coordinates);
     buildMenus();
 
     m_recovery = std::make_unique<CFileRecovery>(kStudioRegistryBase, m_handle, kProjectExtension);
@@ -252,13 +264,45 @@ bool StudioWindow::OpenFile(const QString& path) {
     }
     setWindowTitle(QString("%1 - ZEVCore Studio").arg(QFileInfo(path).fileName()));
     setStatus(tr("Opened %1: %2 loop(s), %3 constraint point(s)")
-                  .arg(path)
+                  .arg(QFileInfo(path).fileName())
                   .arg(m_region.loops.size())
                   .arg(m_region.interiorPoints.size() + m_region.boundaryPoints.size()));
     return true;
 }
 
 void StudioWindow::showRegion() {
+    // One snap grid over the region, at a round spacing of about a twenty-fourth of its
+    // larger side, reaching a quarter of it and a step beyond on every side.
+    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
+    for (const auto& loop : m_region.loops)
+        for (const Point& p : loop) {
+            minX = std::min(minX, p.x), maxX = std::max(maxX, p.x);
+            minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+        }
+    while (m_grids->gridCount() > 0) m_grids->removeGrid(1);
+    const double extent = std::max(maxX - minX, maxY - minY);
+    if (extent > 0.0) {
+        const double target = extent / 24.0;
+        const double power = std::pow(10.0, std::floor(std::log10(target)));
+        double spacing = power;
+        for (double f : {1.0, 2.0, 5.0, 10.0})
+            if (power * f >= target) {
+                spacing = power * f;
+                break;
+            }
+        // An even count of steps each way about a round centre keeps the points on round
+        // coordinates; the half step more keeps the count from rounding down.
+        const double halfA = std::ceil((0.75 * (maxX - minX) + spacing) / spacing);
+        const double halfB = std::ceil((0.75 * (maxY - minY) + spacing) / spacing);
+        const CPoint3D centre(std::round((minX + maxX) / 2.0 / spacing) * spacing,
+                              std::round((minY + maxY) / 2.0 / spacing) * spacing, 0.0);
+        auto* grid = new CRectangularGrid();
+        grid->setupRegularGrid("Snap grid", CRectangularGrid::gpXY, (2.0 * halfA + 0.5) * spacing,
+                               (2.0 * halfB + 0.5) * spacing, spacing, spacing, centre);
+        grid->setVisibility(true);
+        m_grids->addGrid(*grid);
+    }
+    m_view->SetGrids(m_grids.get());
     m_view->SetRegion(m_region);
     m_view->SetMesh(m_mesh);
 }
@@ -530,6 +574,10 @@ void StudioWindow::rebuildRecentMenu() {
     for (const QString& file : files)
         m_recentMenu->addAction(file, this, [this, file] { OpenFile(file); });
     m_recentMenu->setEnabled(!files.isEmpty());
+}
+
+QString StudioWindow::CoordinatesText() const {
+    return m_coordinates->text();
 }
 
 QString StudioWindow::StatusText() const {

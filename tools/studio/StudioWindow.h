@@ -22,6 +22,7 @@ class CZEVQtGridView;
 class CPropertyGrid;
 class CPreferenceManager;
 class CFileRecovery;
+class CGridManager;
 class QAction;
 class QLabel;
 class QMenu;
@@ -72,6 +73,9 @@ public:
     QPlainTextEdit* Log() const { return m_log; }
     CPreferenceManager& Preferences() { return *m_preferences; }
     CFileRecovery& Recovery() { return *m_recovery; }
+    CGridManager& Grids() { return *m_grids; }
+    /// The pointer's snapped position as the status bar shows it.
+    QString CoordinatesText() const;
     const QString& ProjectPath() const { return m_projectPath; }
     QStringList RecentFiles() const;
     /// The text the status bar shows last.
@@ -110,6 +114,8 @@ private:
     QPushButton* m_meshButton = nullptr;
     QMenu* m_recentMenu = nullptr;
     QLabel* m_status = nullptr;
+    QLabel* m_coordinates = nullptr;
+    std::unique_ptr<CGridManager> m_grids;
     std::unique_ptr<CFileRecovery> m_recovery;
 
     zevtool::meshio::Region m_region;
