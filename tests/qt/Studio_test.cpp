@@ -63,6 +63,46 @@ public:
     explicit TestStudio(CZEVQtHost& host) : m_host(host) {}
 
 private Q_SLOTS:
+    void projectFilesKeepTheRegionAndOptionsExactly() {
+        zevtest::ScopedDecimalCommaLocale comma;  // numbers in files never follow it
+        zevtool::meshio::Region region =
+            zevtool::meshio::readBoundaryFile(kSample.toStdString());
+        region.solid = {false, true};
+        studio::MeshSettings settings;
+        settings.size = 0.1 + 0.2;  // no short decimal: only an exact writer keeps it
+        settings.divisions = 3;
+        settings.method = "triangle";
+        settings.maxArea = 1.0 / 3.0;
+        const std::string text = studio::projectText(region, settings);
+        const zevtool::meshio::Region back = zevtool::meshio::parseBoundaryText(text);
+        QCOMPARE(back.loops.size(), region.loops.size());
+        for (size_t i = 0; i < back.loops.size(); ++i)
+            for (size_t k = 0; k < back.loops[i].size(); ++k) {
+                QCOMPARE(back.loops[i][k].x, region.loops[i][k].x);
+                QCOMPARE(back.loops[i][k].y, region.loops[i][k].y);
+            }
+        QCOMPARE(back.solid, region.solid);
+        QCOMPARE(back.interiorPoints.size(), size_t(4));
+        QCOMPARE(back.boundaryPoints.size(), size_t(2));
+        studio::MeshSettings read;
+        QVERIFY(studio::readProjectSettings(text, read));
+        QCOMPARE(read.size, settings.size);
+        QCOMPARE(read.divisions, 3);
+        QCOMPARE(read.method, std::string("triangle"));
+        QCOMPARE(read.maxArea, settings.maxArea);
+
+        // A line with a value it cannot take changes nothing.
+        for (const char* bad : {"size=-1", "size=1e400", "size=0,5", "divisions=2.5",
+                                "method=quads", "max-area=-2", "size"}) {
+            studio::MeshSettings kept = read;
+            const std::string line = std::string("# zevcore-studio options: ") + bad + "\n";
+            QVERIFY2(!studio::readProjectSettings(line, kept), bad);
+            QCOMPARE(kept.size, read.size);
+            QCOMPARE(kept.method, read.method);
+        }
+        QVERIFY(!studio::readProjectSettings("0 0\n1 0\n1 1\n0 0\n", read));
+    }
+
     void init() {
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV");
         Units::resetStyles();
