@@ -65,8 +65,7 @@ public:
 private Q_SLOTS:
     void projectFilesKeepTheRegionAndOptionsExactly() {
         zevtest::ScopedDecimalCommaLocale comma;  // numbers in files never follow it
-        zevtool::meshio::Region region =
-            zevtool::meshio::readBoundaryFile(kSample.toStdString());
+        zevtool::meshio::Region region = zevtool::meshio::readBoundaryFile(kSample.toStdString());
         region.solid = {false, true};
         studio::MeshSettings settings;
         settings.size = 0.1 + 0.2;  // no short decimal: only an exact writer keeps it

@@ -1,0 +1,85 @@
+// The paver as the front ends run it, and the way they stop it: a throw from the window that
+// receives its progress lines.
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "support/ExpectMessage.h"
+#include "tools/zevcore/mesh_paver.h"
+#include "zevcore/platform/Host.h"
+
+using namespace zevtool::meshio;
+
+namespace {
+
+// Counts the progress lines and throws at line `stopAt` (never when 0).
+class StoppingWindow : public IZEVWindowService {
+public:
+    explicit StoppingWindow(int stopAt) : m_stopAt(stopAt) {}
+    LRESULT SendMessage(HWND, UINT message, WPARAM wParam, LPARAM lParam) override {
+        if (message != 0x8400 || wParam != 0 || lParam == 0) return 0;
+        if (++lines == m_stopAt) throw std::runtime_error("stopped by the user");
+        return 0;
+    }
+    bool PostMessage(HWND, UINT, WPARAM, LPARAM) override { return true; }
+    HWND MainWindow() override { return reinterpret_cast<HWND>(this); }
+    void PumpMessages() override {}
+    int lines = 0;
+
+private:
+    int m_stopAt;
+};
+
+PaverResult run(StoppingWindow& window, const Region& region) {
+    IZEVWindowService* before = ZEVInstallWindows(&window);
+    PaverOptions options;
+    options.size = defaultSize(region);
+    options.progressWindow = window.MainWindow();
+    try {
+        PaverResult result = meshWithPaver(region, options);
+        ZEVInstallWindows(before);
+        return result;
+    } catch (...) {
+        ZEVInstallWindows(before);
+        throw;
+    }
+}
+
+}  // namespace
+
+TEST(MeshPaver, AThrowFromTheProgressWindowStopsTheMesherAndTheNextRunIsWhole) {
+    const Region shape = builtInShape(5);
+    StoppingWindow counting(0);
+    const PaverResult whole = run(counting, shape);
+    ASSERT_GT(counting.lines, 4);
+    EXPECT_TRUE(whole.complete);
+    EXPECT_TRUE(measureCoverage(shape, whole.mesh).covered());
+
+    // Stopped halfway: the exception comes out, the model freed on the way (the sanitizer
+    // build would report a leak).
+    StoppingWindow stopping(counting.lines / 2);
+    EXPECT_THROW_MSG(run(stopping, shape), std::runtime_error, "stopped by the user");
+    EXPECT_EQ(stopping.lines, counting.lines / 2);
+
+    // Nothing of the stopped run stays behind: the same region meshes to the same mesh.
+    StoppingWindow again(0);
+    const PaverResult after = run(again, shape);
+    EXPECT_EQ(again.lines, counting.lines);
+    ASSERT_EQ(after.mesh.nodes.size(), whole.mesh.nodes.size());
+    ASSERT_EQ(after.mesh.elements.size(), whole.mesh.elements.size());
+    for (size_t i = 0; i < whole.mesh.nodes.size(); ++i) {
+        EXPECT_EQ(after.mesh.nodes[i].x, whole.mesh.nodes[i].x);
+        EXPECT_EQ(after.mesh.nodes[i].y, whole.mesh.nodes[i].y);
+    }
+}
+
+TEST(MeshPaver, SizesThatWouldTakeTooLongAreNamed) {
+    const Region square = parseBoundaryText("0 0\n1 0\n1 1\n0 1\n0 0\n");
+    EXPECT_EQ(sizeProblem(square, 0.1), "");
+    EXPECT_EQ(sizeProblem(square, 1e-6),
+              "would need 4e+06 boundary segments (at most 100000; give a larger size)");
+    // Exactly at the bound on segments, but the rows that meet inside are too many.
+    const Region wide = parseBoundaryText("0 0\n1e5 0\n1e5 1e5\n0 1e5\n0 0\n");
+    EXPECT_EQ(sizeProblem(wide, 4.0), "would need 1.25e+04 rows (at most 10000; give a larger size)");
+}
