@@ -9,7 +9,10 @@ MeshOptions::MeshOptions() : CPropertyGroup("Mesh options") {
                                                     "The side the mesher aims each element at.",
                                                     0.0, 1e-3, 1e6);
     auto divisions = std::make_unique<CIntegerProperty>(
-        "Divisions", "Divisions per boundary line (0: by the element size).", 1, 0, 1000);
+        "Divisions",
+        "Divisions per boundary line, kept with the project (the paver sizes its elements by the "
+        "element size alone).",
+        1, 0, 1000);
     auto method = std::make_unique<CListProperty>(
         "Method", "paver: quadrilaterals laid in rows; triangle: a quality Delaunay mesh.");
     method->add_list_item("paver", 0);
