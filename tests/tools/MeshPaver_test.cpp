@@ -81,5 +81,6 @@ TEST(MeshPaver, SizesThatWouldTakeTooLongAreNamed) {
               "would need 4e+06 boundary segments (at most 100000; give a larger size)");
     // Exactly at the bound on segments, but the rows that meet inside are too many.
     const Region wide = parseBoundaryText("0 0\n1e5 0\n1e5 1e5\n0 1e5\n0 0\n");
-    EXPECT_EQ(sizeProblem(wide, 4.0), "would need 1.25e+04 rows (at most 10000; give a larger size)");
+    EXPECT_EQ(sizeProblem(wide, 4.0),
+              "would need 1.25e+04 rows (at most 10000; give a larger size)");
 }
