@@ -72,6 +72,7 @@ private Q_SLOTS:
         settings.divisions = 3;
         settings.method = "triangle";
         settings.maxArea = 1.0 / 3.0;
+        settings.extended = false;
         const std::string text = studio::projectText(region, settings);
         const zevtool::meshio::Region back = zevtool::meshio::parseBoundaryText(text);
         QCOMPARE(back.loops.size(), region.loops.size());
@@ -89,10 +90,11 @@ private Q_SLOTS:
         QCOMPARE(read.divisions, 3);
         QCOMPARE(read.method, std::string("triangle"));
         QCOMPARE(read.maxArea, settings.maxArea);
+        QCOMPARE(read.extended, false);
 
         // A line with a value it cannot take changes nothing.
         for (const char* bad : {"size=-1", "size=1e400", "size=0,5", "divisions=2.5",
-                                "method=quads", "max-area=-2", "size"}) {
+                                "method=quads", "max-area=-2", "extended=2", "size"}) {
             studio::MeshSettings kept = read;
             const std::string line = std::string("# zevcore-studio options: ") + bad + "\n";
             QVERIFY2(!studio::readProjectSettings(line, kept), bad);

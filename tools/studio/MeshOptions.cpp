@@ -22,17 +22,23 @@ MeshOptions::MeshOptions() : CPropertyGroup("Mesh options") {
         "The triangle mesher's largest triangle (0: an equilateral triangle of the element "
         "size).",
         0.0, 0.0, 1e12);
+    auto extended = std::make_unique<CCheckBoxProperty>(
+        "Close every front", CB_YES_NO,
+        "The paver's extended mode: what the rows leave open is closed and every element split, "
+        "so that the mesh covers the region.");
     m_size = size.get();
     m_divisions = divisions.get();
     m_method = method.get();
     m_maxArea = maxArea.get();
-    for (auto* row :
-         std::initializer_list<CBaseProperty*>{m_size, m_divisions, m_method, m_maxArea})
+    m_extended = extended.get();
+    for (auto* row : std::initializer_list<CBaseProperty*>{m_size, m_divisions, m_method, m_maxArea,
+                                                           m_extended})
         add_property(row);
     m_rows.push_back(std::move(size));
     m_rows.push_back(std::move(divisions));
     m_rows.push_back(std::move(method));
     m_rows.push_back(std::move(maxArea));
+    m_rows.push_back(std::move(extended));
     reset();
 }
 
@@ -45,6 +51,7 @@ void MeshOptions::Load(const MeshSettings& settings) {
     m_divisions->value(settings.divisions);
     m_method->select_item(settings.method == "triangle" ? 1 : 0);
     m_maxArea->value(settings.maxArea);
+    m_extended->state(settings.extended ? CHECK_ON : CHECK_OFF);
     reset();
     m_modified = false;
 }
@@ -55,6 +62,7 @@ MeshSettings MeshOptions::Settings() const {
     s.divisions = m_divisions->value();
     s.method = m_method->selected_index() == 1 ? "triangle" : "paver";
     s.maxArea = m_maxArea->value();
+    s.extended = m_extended->state() == CHECK_ON;
     return s;
 }
 

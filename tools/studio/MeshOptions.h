@@ -34,6 +34,7 @@ public:
     CIntegerProperty& Divisions() { return *m_divisions; }
     CListProperty& Method() { return *m_method; }
     CPhysicalProperty& MaxArea() { return *m_maxArea; }
+    CCheckBoxProperty& Extended() { return *m_extended; }
 
 private:
     std::vector<std::unique_ptr<CBaseProperty>> m_rows;
@@ -41,6 +42,7 @@ private:
     CIntegerProperty* m_divisions;
     CListProperty* m_method;
     CPhysicalProperty* m_maxArea;
+    CCheckBoxProperty* m_extended;
     bool m_modified = false;
 };
 

@@ -33,7 +33,8 @@ bool readNumber(const std::string& text, double& value) {
 std::string projectText(const zevtool::meshio::Region& region, const MeshSettings& settings) {
     std::ostringstream out;
     out << kOptionsTag << " size=" << number(settings.size) << " divisions=" << settings.divisions
-        << " method=" << settings.method << " max-area=" << number(settings.maxArea) << '\n';
+        << " method=" << settings.method << " max-area=" << number(settings.maxArea)
+        << " extended=" << (settings.extended ? 1 : 0) << '\n';
     out << "# A boundary file: the outer loop first, then holes and constraint points.\n";
     for (size_t i = 0; i < region.loops.size(); ++i) {
         out << '\n';
@@ -81,6 +82,9 @@ bool readProjectSettings(const std::string& text, MeshSettings& settings) {
             } else if (key == "max-area") {
                 if (v < 0.0) return false;
                 read.maxArea = v;
+            } else if (key == "extended") {
+                if (v != 0.0 && v != 1.0) return false;
+                read.extended = v == 1.0;
             }
         }
         settings = read;

@@ -19,6 +19,8 @@ struct MeshSettings {
     /// The triangle mesher's largest area; 0 for the area of an equilateral triangle of side
     /// `size`.
     double maxArea = 0.0;
+    /// The paver's extended mode: every front closed, so that the mesh covers the region.
+    bool extended = true;
 };
 
 /// The file extension of a project, with its dot.

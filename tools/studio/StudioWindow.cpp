@@ -406,6 +406,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         PaverOptions options;
         options.size = settings.size;
         options.divisions = settings.divisions;
+        options.extended = settings.extended;
         options.progressWindow = m_handle;
         options.message = kProgressLineMessage;
         try {
