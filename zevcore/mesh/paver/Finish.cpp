@@ -149,7 +149,8 @@ struct Work {
             for (int i = 0; i < 4; ++i) ++uses[edgeKey(q[i], q[(i + 1) % 4])];
         for (const Quad4& q : quads)
             for (int i = 0; i < 4; ++i)
-                if (uses[edgeKey(q[i], q[(i + 1) % 4])] == 1) fixed[q[i]] = fixed[q[(i + 1) % 4]] = 1;
+                if (uses[edgeKey(q[i], q[(i + 1) % 4])] == 1)
+                    fixed[q[i]] = fixed[q[(i + 1) % 4]] = 1;
         std::vector<std::vector<int>> around(points.size());
         for (int e = 0; e < static_cast<int>(quads.size()); ++e)
             for (int v : quads[e]) around[v].push_back(e);
@@ -205,7 +206,8 @@ public:
         for (std::size_t s = 0; s < segments.size(); ++s) {
             const double y0 = std::min(points[segments[s].first].y, points[segments[s].second].y);
             const double y1 = std::max(points[segments[s].first].y, points[segments[s].second].y);
-            for (std::size_t r = row(y0); r <= row(y1); ++r) m_rows[r].push_back(static_cast<int>(s));
+            for (std::size_t r = row(y0); r <= row(y1); ++r)
+                m_rows[r].push_back(static_cast<int>(s));
         }
     }
 
@@ -258,8 +260,8 @@ void markStrays(const Work& w, const std::vector<std::vector<CLine2D>>& boundari
     auto inRegion = [&](int v) {
         if (within[v] < 0) {
             const CPoint2D p(w.points[v].x, w.points[v].y);
-            bool in = p.x >= minX && p.x <= maxX && p.y >= minY && p.y <= maxY &&
-                      inside(loops[outer], p);
+            bool in =
+                p.x >= minX && p.x <= maxX && p.y >= minY && p.y <= maxY && inside(loops[outer], p);
             for (std::size_t i = 0; in && i < loops.size(); ++i)
                 if (i != outer && inside(loops[i], p)) in = false;
             within[v] = in ? 1 : 0;
@@ -272,7 +274,8 @@ void markStrays(const Work& w, const std::vector<std::vector<CLine2D>>& boundari
     for (std::size_t i = 0; i < paved.size(); ++i) {
         for (int k = 0; k < 4 && !bad[i]; ++k) {
             const int a = paved[i][k], b = paved[i][(k + 1) % 4];
-            const double side = std::hypot(w.points[a].x - w.points[b].x, w.points[a].y - w.points[b].y);
+            const double side =
+                std::hypot(w.points[a].x - w.points[b].x, w.points[a].y - w.points[b].y);
             if (side > longest || side < shortest) bad[i] = 1;
             if (!w.boundary[a] && !inRegion(a)) bad[i] = 1;
         }
@@ -393,8 +396,9 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
         output.corners = out.numberofcorners;
         const auto count = static_cast<std::size_t>(std::max(out.numberoftriangles, 0));
         if (out.trianglelist)
-            output.triangles.assign(out.trianglelist,
-                                    out.trianglelist + count * static_cast<std::size_t>(out.numberofcorners));
+            output.triangles.assign(
+                out.trianglelist,
+                out.trianglelist + count * static_cast<std::size_t>(out.numberofcorners));
     };
     zevtriangle::Output result;
     if (!zevtriangle::runIsolated(work, result, failure)) return false;
@@ -423,7 +427,8 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     for (std::size_t t = 0; t + corners <= result.triangles.size(); t += corners) {
         Tri3 tri{toGlobal[result.triangles[t]], toGlobal[result.triangles[t + 1]],
                  toGlobal[result.triangles[t + 2]]};
-        if (cross(w.points[tri[0]], w.points[tri[1]], w.points[tri[2]]) < 0.0) std::swap(tri[1], tri[2]);
+        if (cross(w.points[tri[0]], w.points[tri[1]], w.points[tri[2]]) < 0.0)
+            std::swap(tri[1], tri[2]);
         const Pt c{(w.points[tri[0]].x + w.points[tri[1]].x + w.points[tri[2]].x) / 3,
                    (w.points[tri[0]].y + w.points[tri[1]].y + w.points[tri[2]].y) / 3};
         if (outline.contains(c)) triangles.push_back(tri);
@@ -431,7 +436,8 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     // Pairs of triangles across an inner edge, the best quadrilateral first.
     std::unordered_map<std::uint64_t, std::vector<int>> byEdge;
     for (int t = 0; t < static_cast<int>(triangles.size()); ++t)
-        for (int k = 0; k < 3; ++k) byEdge[edgeKey(triangles[t][k], triangles[t][(k + 1) % 3])].push_back(t);
+        for (int k = 0; k < 3; ++k)
+            byEdge[edgeKey(triangles[t][k], triangles[t][(k + 1) % 3])].push_back(t);
     struct Pair {
         double score;
         int t1, t2;
@@ -450,7 +456,8 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
                 if (v != p && v != q) s = v;
             const Quad4 quad{p, s, q, r};
             const double score = worstDeviation(w.points, quad, 90.0);
-            if (score <= 60.0) pairs.push_back({score, std::min(ts[0], ts[1]), std::max(ts[0], ts[1]), quad});
+            if (score <= 60.0)
+                pairs.push_back({score, std::min(ts[0], ts[1]), std::max(ts[0], ts[1]), quad});
         }
     }
     std::sort(pairs.begin(), pairs.end(), [](const Pair& x, const Pair& y) {
@@ -472,7 +479,8 @@ double coveredArea(const Work& w) {
     for (const Quad4& q : w.quads)
         sum += 0.5 * (cross(w.points[q[0]], w.points[q[1]], w.points[q[2]]) +
                       cross(w.points[q[0]], w.points[q[2]], w.points[q[3]]));
-    for (const Tri3& t : w.triangles) sum += 0.5 * cross(w.points[t[0]], w.points[t[1]], w.points[t[2]]);
+    for (const Tri3& t : w.triangles)
+        sum += 0.5 * cross(w.points[t[0]], w.points[t[1]], w.points[t[2]]);
     return sum;
 }
 
@@ -513,7 +521,8 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
         }
         if (!known) continue;
         bool finite = true;
-        for (int v : e) finite = finite && std::isfinite(base.points[v].x) && std::isfinite(base.points[v].y);
+        for (int v : e)
+            finite = finite && std::isfinite(base.points[v].x) && std::isfinite(base.points[v].y);
         const int index = static_cast<int>(paved.size());
         paved.push_back(e);
         bad.push_back(!finite || worstDeviation(base.points, e, 90.0) > 55.0);
@@ -592,7 +601,8 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
         }
         std::vector<int> loose;
         for (std::size_t v = 0; v < base.points.size(); ++v)
-            if (base.fixed[v] && !base.boundary[v] && !inKept[v]) loose.push_back(static_cast<int>(v));
+            if (base.fixed[v] && !base.boundary[v] && !inKept[v])
+                loose.push_back(static_cast<int>(v));
         if (closeOpen(attempt, segments, loose, pavedSize, failure) &&
             std::fabs(coveredArea(attempt) - region.area) <= tolerance) {
             w = std::move(attempt);
@@ -606,8 +616,10 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
         for (const auto& boundary : boundaries) {
             const int first = static_cast<int>(whole.points.size());
             for (const CLine2D& line : boundary) {
-                const double length = std::hypot(line.end.x - line.start.x, line.end.y - line.start.y);
-                const int parts = std::clamp(static_cast<int>(std::ceil(length / pavedSize)), 1, 1 << 20);
+                const double length =
+                    std::hypot(line.end.x - line.start.x, line.end.y - line.start.y);
+                const int parts =
+                    std::clamp(static_cast<int>(std::ceil(length / pavedSize)), 1, 1 << 20);
                 for (int k = 0; k < parts; ++k) {
                     const double t = static_cast<double>(k) / parts;
                     whole.points.push_back({line.start.x + t * (line.end.x - line.start.x),
@@ -617,7 +629,8 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
                 }
             }
             const int last = static_cast<int>(whole.points.size());
-            for (int v = first; v < last; ++v) segments.emplace_back(v, v + 1 < last ? v + 1 : first);
+            for (int v = first; v < last; ++v)
+                segments.emplace_back(v, v + 1 < last ? v + 1 : first);
         }
         std::vector<int> loose;
         for (const CPoint2D& p : interiorPoints) {
@@ -652,7 +665,8 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
         made[i]->isShapeBoundary = w.boundary[i] != 0;
         vertices.push_back(made[i]);
     }
-    for (const Quad4& q : w.quads) quads.push_back(NewQuad(made[q[0]], made[q[1]], made[q[2]], made[q[3]]));
+    for (const Quad4& q : w.quads)
+        quads.push_back(NewQuad(made[q[0]], made[q[1]], made[q[2]], made[q[3]]));
     return true;
 }
 
