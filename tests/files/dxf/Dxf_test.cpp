@@ -205,12 +205,12 @@ TEST(DxfWriter, RefusesWhatItsStateDoesNotAllow) {
     EXPECT_EQ(dxfCreateFile(nullptr), nullptr);
     EXPECT_EQ(dxfLine(nullptr, 0, 0, 1, 1), 0);
     HDXF h = dxfCreateFile(path.c_str());
-    EXPECT_EQ(dxfLine(h, 0, 0, 1, 1), 0);            // no section
-    EXPECT_EQ(dxfTableTypeBegin(h, TAB_LAYER), 0);   // not in TABLES
-    EXPECT_EQ(dxfSectionBegin(h, 2), 0);             // no such section
-    EXPECT_EQ(dxfSectionEnd(h), 0);                  // none open
+    EXPECT_EQ(dxfLine(h, 0, 0, 1, 1), 0);           // no section
+    EXPECT_EQ(dxfTableTypeBegin(h, TAB_LAYER), 0);  // not in TABLES
+    EXPECT_EQ(dxfSectionBegin(h, 2), 0);            // no such section
+    EXPECT_EQ(dxfSectionEnd(h), 0);                 // none open
     EXPECT_EQ(dxfSectionBegin(h, SEC_TABLES), 1);
-    EXPECT_EQ(dxfSectionBegin(h, SEC_ENTITIES), 0);  // one at a time
+    EXPECT_EQ(dxfSectionBegin(h, SEC_ENTITIES), 0);      // one at a time
     EXPECT_EQ(dxfAddLayer(h, "A", 1, "CONTINUOUS"), 0);  // no table open
     EXPECT_EQ(dxfTableTypeBegin(h, TAB_LAYER), 1);
     EXPECT_EQ(dxfTableTypeBegin(h, TAB_STYLE), 0);
@@ -377,8 +377,8 @@ TEST(DxfReader, ReadsBackWhatTheWriterWrote) {
     EXPECT_EQ(r.blocks, (std::vector<std::string>{"Tri", "Empty"}));
     std::vector<int> types;
     for (const Entity& e : r.entities) types.push_back(e.header.EntityType);
-    EXPECT_EQ(types, (std::vector<int>{ENT_LINE, ENT_LINE, ENT_POINT, ENT_CIRCLE, ENT_ARC,
-                                       ENT_TEXT, ENT_SOLID, ENT_INSERT, ENT_POLYLINE}));
+    EXPECT_EQ(types, (std::vector<int>{ENT_LINE, ENT_LINE, ENT_POINT, ENT_CIRCLE, ENT_ARC, ENT_TEXT,
+                                       ENT_SOLID, ENT_INSERT, ENT_POLYLINE}));
     const Entity& line = r.entities[1];
     EXPECT_STREQ(line.header.LayerName, "Mesh");
     EXPECT_EQ(line.header.ExtrusionDirection[2], 1.0);
@@ -399,22 +399,23 @@ TEST(DxfReader, TakesOtherWritersFormsAndSkipsWhatItDoesNotKnow) {
     const std::string path = dir.file("o.dxf");
     // Blank-padded codes, CR LF ends, a HEADER with variables, an unknown table and section,
     // an unknown entity, a lightweight polyline, a paper-space entity.
-    writeFile(path,
-              "  0\r\nSECTION\r\n  2\r\nHEADER\r\n  9\r\n$ACADVER\r\n  1\r\nAC1009\r\n"
-              "  0\r\nENDSEC\r\n"
-              "  0\r\nSECTION\r\n  2\r\nTABLES\r\n"
-              "  0\r\nTABLE\r\n  2\r\nVPORT\r\n 70\r\n1\r\n  0\r\nVPORT\r\n  2\r\n*ACTIVE\r\n"
-              "  0\r\nENDTAB\r\n"
-              "  0\r\nTABLE\r\n  2\r\nLTYPE\r\n 70\r\n1\r\n  0\r\nLTYPE\r\n  2\r\nDOT\r\n"
-              " 73\r\n2\r\n 49\r\n0.0\r\n 49\r\n-0.2\r\n 40\r\n0.2\r\n  0\r\nENDTAB\r\n"
-              "  0\r\nENDSEC\r\n"
-              "  0\r\nSECTION\r\n  2\r\nOBJECTS\r\n  0\r\nDICTIONARY\r\n  0\r\nENDSEC\r\n"
-              "  0\r\nSECTION\r\n  2\r\nENTITIES\r\n"
-              "  0\r\nHATCH\r\n  8\r\n0\r\n 10\r\n99\r\n"
-              "  0\r\nLWPOLYLINE\r\n  8\r\nL\r\n 90\r\n3\r\n 70\r\n1\r\n 38\r\n2.5\r\n"
-              " 10\r\n0\r\n 20\r\n0\r\n 10\r\n+1e1\r\n 20\r\n0\r\n 42\r\n0.5\r\n 10\r\n10\r\n 20\r\n5\r\n"
-              "  0\r\nCIRCLE\r\n 67\r\n1\r\n 10\r\n1\r\n 20\r\n1\r\n 40\r\n2\r\n"
-              "  0\r\nENDSEC\r\n  0\r\nEOF\r\n");
+    writeFile(
+        path,
+        "  0\r\nSECTION\r\n  2\r\nHEADER\r\n  9\r\n$ACADVER\r\n  1\r\nAC1009\r\n"
+        "  0\r\nENDSEC\r\n"
+        "  0\r\nSECTION\r\n  2\r\nTABLES\r\n"
+        "  0\r\nTABLE\r\n  2\r\nVPORT\r\n 70\r\n1\r\n  0\r\nVPORT\r\n  2\r\n*ACTIVE\r\n"
+        "  0\r\nENDTAB\r\n"
+        "  0\r\nTABLE\r\n  2\r\nLTYPE\r\n 70\r\n1\r\n  0\r\nLTYPE\r\n  2\r\nDOT\r\n"
+        " 73\r\n2\r\n 49\r\n0.0\r\n 49\r\n-0.2\r\n 40\r\n0.2\r\n  0\r\nENDTAB\r\n"
+        "  0\r\nENDSEC\r\n"
+        "  0\r\nSECTION\r\n  2\r\nOBJECTS\r\n  0\r\nDICTIONARY\r\n  0\r\nENDSEC\r\n"
+        "  0\r\nSECTION\r\n  2\r\nENTITIES\r\n"
+        "  0\r\nHATCH\r\n  8\r\n0\r\n 10\r\n99\r\n"
+        "  0\r\nLWPOLYLINE\r\n  8\r\nL\r\n 90\r\n3\r\n 70\r\n1\r\n 38\r\n2.5\r\n"
+        " 10\r\n0\r\n 20\r\n0\r\n 10\r\n+1e1\r\n 20\r\n0\r\n 42\r\n0.5\r\n 10\r\n10\r\n 20\r\n5\r\n"
+        "  0\r\nCIRCLE\r\n 67\r\n1\r\n 10\r\n1\r\n 20\r\n1\r\n 40\r\n2\r\n"
+        "  0\r\nENDSEC\r\n  0\r\nEOF\r\n");
     dxfSetPaperSpace(0);
     ReadBack r = readAll(path);
     EXPECT_EQ(r.sections,

@@ -43,8 +43,8 @@ struct tag_DXF {
     unsigned long ReadSection = 0;
     unsigned long ReadTable = 0;
     int BlockOpen = 0;
-    std::vector<char> Buffer;    // the bytes of the file from BufferStart on
-    std::size_t BufferStart = 0; // file position of Buffer[0]
+    std::vector<char> Buffer;     // the bytes of the file from BufferStart on
+    std::size_t BufferStart = 0;  // file position of Buffer[0]
     std::size_t BufferLength = 0;
     std::size_t BufferPos = 0;   // the reader's position within Buffer
     std::size_t GroupStart = 0;  // file position of the group last read, to put it back
@@ -126,21 +126,31 @@ bool entitiesAllowed(const tag_DXF* d) {
 
 const char* sectionName(unsigned long section) {
     switch (section) {
-        case SEC_HEADER: return "HEADER";
-        case SEC_TABLES: return "TABLES";
-        case SEC_BLOCKS: return "BLOCKS";
-        case SEC_ENTITIES: return "ENTITIES";
-        default: return nullptr;
+        case SEC_HEADER:
+            return "HEADER";
+        case SEC_TABLES:
+            return "TABLES";
+        case SEC_BLOCKS:
+            return "BLOCKS";
+        case SEC_ENTITIES:
+            return "ENTITIES";
+        default:
+            return nullptr;
     }
 }
 
 const char* tableName(unsigned long table) {
     switch (table) {
-        case TAB_DIMSTYLE: return "DIMSTYLE";
-        case TAB_LAYER: return "LAYER";
-        case TAB_LTYPE: return "LTYPE";
-        case TAB_STYLE: return "STYLE";
-        default: return nullptr;
+        case TAB_DIMSTYLE:
+            return "DIMSTYLE";
+        case TAB_LAYER:
+            return "LAYER";
+        case TAB_LTYPE:
+            return "LTYPE";
+        case TAB_STYLE:
+            return "STYLE";
+        default:
+            return nullptr;
     }
 }
 
@@ -347,10 +357,18 @@ unsigned long hexValue(const char* s) {
 void readTableRecord(tag_DXF* d, unsigned long table, void* record) {
     auto* r = static_cast<DXFTABLERECORD*>(record);
     switch (table) {
-        case TAB_LTYPE: std::memset(&r->LType, 0, sizeof r->LType); break;
-        case TAB_LAYER: std::memset(&r->Layer, 0, sizeof r->Layer); break;
-        case TAB_STYLE: std::memset(&r->Style, 0, sizeof r->Style); break;
-        default: std::memset(&r->DimStyle, 0, sizeof r->DimStyle); break;
+        case TAB_LTYPE:
+            std::memset(&r->LType, 0, sizeof r->LType);
+            break;
+        case TAB_LAYER:
+            std::memset(&r->Layer, 0, sizeof r->Layer);
+            break;
+        case TAB_STYLE:
+            std::memset(&r->Style, 0, sizeof r->Style);
+            break;
+        default:
+            std::memset(&r->DimStyle, 0, sizeof r->DimStyle);
+            break;
     }
     DWORD elements = 0;
     while (readGroup(d)) {
@@ -362,69 +380,136 @@ void readTableRecord(tag_DXF* d, unsigned long table, void* record) {
         }
         if (table == TAB_LTYPE) {
             tag_DXFLTYPE& t = r->LType;
-            if (c == 2) copyName(t.Name, v);
-            else if (c == 3) copyName(t.DescriptiveText, v);
-            else if (c == 40) t.TotalPatternLength = parseReal(v);
-            else if (c == 49 && elements < DXF_MAX_LTYPE_ELEMENTS) t.Elements[elements++] = parseReal(v);
-            else if (c == 70) t.StandardFlags = static_cast<DWORD>(parseInt(v));
+            if (c == 2)
+                copyName(t.Name, v);
+            else if (c == 3)
+                copyName(t.DescriptiveText, v);
+            else if (c == 40)
+                t.TotalPatternLength = parseReal(v);
+            else if (c == 49 && elements < DXF_MAX_LTYPE_ELEMENTS)
+                t.Elements[elements++] = parseReal(v);
+            else if (c == 70)
+                t.StandardFlags = static_cast<DWORD>(parseInt(v));
             else if (c == 73) {
                 int count = parseInt(v);
                 t.ElementsNumber = static_cast<DWORD>(
-                    count < 0 ? 0 : (count > DXF_MAX_LTYPE_ELEMENTS ? DXF_MAX_LTYPE_ELEMENTS : count));
+                    count < 0 ? 0
+                              : (count > DXF_MAX_LTYPE_ELEMENTS ? DXF_MAX_LTYPE_ELEMENTS : count));
             }
         } else if (table == TAB_LAYER) {
             tag_DXFLAYER& t = r->Layer;
-            if (c == 2) copyName(t.Name, v);
-            else if (c == 6) copyName(t.LineType, v);
-            else if (c == 62) t.Color = parseInt(v);
-            else if (c == 70) t.StandardFlags = static_cast<DWORD>(parseInt(v));
+            if (c == 2)
+                copyName(t.Name, v);
+            else if (c == 6)
+                copyName(t.LineType, v);
+            else if (c == 62)
+                t.Color = parseInt(v);
+            else if (c == 70)
+                t.StandardFlags = static_cast<DWORD>(parseInt(v));
         } else if (table == TAB_STYLE) {
             tag_DXFSTYLE& t = r->Style;
-            if (c == 2) copyName(t.Name, v);
-            else if (c == 3) copyName(t.PrimaryFontFilename, v);
-            else if (c == 40) t.FixedTextHeight = parseReal(v);
-            else if (c == 41) t.WidthFactor = parseReal(v);
-            else if (c == 42) t.Height = parseReal(v);
-            else if (c == 50) t.ObliqueAngle = parseReal(v);
-            else if (c == 70) t.StandardFlags = static_cast<DWORD>(parseInt(v));
-            else if (c == 71) t.TextGenerationFlags = static_cast<DWORD>(parseInt(v));
+            if (c == 2)
+                copyName(t.Name, v);
+            else if (c == 3)
+                copyName(t.PrimaryFontFilename, v);
+            else if (c == 40)
+                t.FixedTextHeight = parseReal(v);
+            else if (c == 41)
+                t.WidthFactor = parseReal(v);
+            else if (c == 42)
+                t.Height = parseReal(v);
+            else if (c == 50)
+                t.ObliqueAngle = parseReal(v);
+            else if (c == 70)
+                t.StandardFlags = static_cast<DWORD>(parseInt(v));
+            else if (c == 71)
+                t.TextGenerationFlags = static_cast<DWORD>(parseInt(v));
         } else {
             tag_DXFDIMSTYLE& t = r->DimStyle;
             switch (c) {
-                case 2: copyName(t.Name, v); break;
-                case 70: t.StandardFlags = static_cast<DWORD>(parseInt(v)); break;
-                case 176: t.DIMCLRD = parseInt(v); break;
-                case 46: t.DIMDLE = parseReal(v); break;
-                case 177: t.DIMCLRE = parseInt(v); break;
-                case 44: t.DIMEXE = parseReal(v); break;
-                case 42: t.DIMEXO = parseReal(v); break;
-                case 6: copyName(t.DIMBLK1, v); break;
-                case 7: copyName(t.DIMBLK2, v); break;
-                case 41: t.DIMASZ = parseReal(v); break;
-                case 340: t.DIMTXSTYObjhandle = static_cast<DWORD>(hexValue(v)); break;
-                case 178: t.DIMCLRT = parseInt(v); break;
-                case 140: t.DIMTXT = parseReal(v); break;
-                case 77: t.DIMTAD = parseInt(v); break;
-                case 147: t.DIMGAP = parseReal(v); break;
-                default: break;
+                case 2:
+                    copyName(t.Name, v);
+                    break;
+                case 70:
+                    t.StandardFlags = static_cast<DWORD>(parseInt(v));
+                    break;
+                case 176:
+                    t.DIMCLRD = parseInt(v);
+                    break;
+                case 46:
+                    t.DIMDLE = parseReal(v);
+                    break;
+                case 177:
+                    t.DIMCLRE = parseInt(v);
+                    break;
+                case 44:
+                    t.DIMEXE = parseReal(v);
+                    break;
+                case 42:
+                    t.DIMEXO = parseReal(v);
+                    break;
+                case 6:
+                    copyName(t.DIMBLK1, v);
+                    break;
+                case 7:
+                    copyName(t.DIMBLK2, v);
+                    break;
+                case 41:
+                    t.DIMASZ = parseReal(v);
+                    break;
+                case 340:
+                    t.DIMTXSTYObjhandle = static_cast<DWORD>(hexValue(v));
+                    break;
+                case 178:
+                    t.DIMCLRT = parseInt(v);
+                    break;
+                case 140:
+                    t.DIMTXT = parseReal(v);
+                    break;
+                case 77:
+                    t.DIMTAD = parseInt(v);
+                    break;
+                case 147:
+                    t.DIMGAP = parseReal(v);
+                    break;
+                default:
+                    break;
             }
         }
     }
-    if (table == TAB_LTYPE && r->LType.ElementsNumber > elements) r->LType.ElementsNumber = elements;
+    if (table == TAB_LTYPE && r->LType.ElementsNumber > elements)
+        r->LType.ElementsNumber = elements;
 }
 
 // The groups common to every entity; false for a group the entity must read itself.
 bool commonGroup(tag_DXF* d, tag_DXFENTITYHEADER* h) {
     switch (d->Code) {
-        case 6: copyName(h->LTypeName, d->Value); return true;
-        case 8: copyName(h->LayerName, d->Value); return true;
-        case 39: h->Thickness = parseReal(d->Value); return true;
-        case 48: h->LineTypeScale = parseReal(d->Value); return true;
-        case 62: h->Color = static_cast<short>(parseInt(d->Value)); return true;
-        case 210: h->ExtrusionDirection[0] = parseReal(d->Value); return true;
-        case 220: h->ExtrusionDirection[1] = parseReal(d->Value); return true;
-        case 230: h->ExtrusionDirection[2] = parseReal(d->Value); return true;
-        default: return false;
+        case 6:
+            copyName(h->LTypeName, d->Value);
+            return true;
+        case 8:
+            copyName(h->LayerName, d->Value);
+            return true;
+        case 39:
+            h->Thickness = parseReal(d->Value);
+            return true;
+        case 48:
+            h->LineTypeScale = parseReal(d->Value);
+            return true;
+        case 62:
+            h->Color = static_cast<short>(parseInt(d->Value));
+            return true;
+        case 210:
+            h->ExtrusionDirection[0] = parseReal(d->Value);
+            return true;
+        case 220:
+            h->ExtrusionDirection[1] = parseReal(d->Value);
+            return true;
+        case 230:
+            h->ExtrusionDirection[2] = parseReal(d->Value);
+            return true;
+        default:
+            return false;
     }
 }
 
@@ -479,14 +564,22 @@ void readPolyline(tag_DXF* d, tag_DXFENTITYHEADER* h, tag_ENTPOLYLINE* p) {
             tag_DXFENTITYHEADER ignored{};
             readEntityGroups(d, &ignored, [&](int code, const char* v) {
                 if (!vertex) return;
-                if (code == 10) vertex->Point.x = parseReal(v);
-                else if (code == 20) vertex->Point.y = parseReal(v);
-                else if (code == 30) vertex->Point.z = parseReal(v);
-                else if (code == 40) vertex->StartWidth = parseReal(v);
-                else if (code == 41) vertex->EndWidth = parseReal(v);
-                else if (code == 42) vertex->Bulge = parseReal(v);
-                else if (code == 50) vertex->TangentDirection = parseReal(v);
-                else if (code == 70) vertex->Flag = static_cast<DWORD>(parseInt(v));
+                if (code == 10)
+                    vertex->Point.x = parseReal(v);
+                else if (code == 20)
+                    vertex->Point.y = parseReal(v);
+                else if (code == 30)
+                    vertex->Point.z = parseReal(v);
+                else if (code == 40)
+                    vertex->StartWidth = parseReal(v);
+                else if (code == 41)
+                    vertex->EndWidth = parseReal(v);
+                else if (code == 42)
+                    vertex->Bulge = parseReal(v);
+                else if (code == 50)
+                    vertex->TangentDirection = parseReal(v);
+                else if (code == 70)
+                    vertex->Flag = static_cast<DWORD>(parseInt(v));
             });
             continue;
         }
@@ -513,7 +606,9 @@ void readLwPolyline(tag_DXF* d, tag_DXFENTITYHEADER* h, tag_ENTPOLYLINE* p) {
             case 20:
                 if (last) last->Point.y = parseReal(v);
                 break;
-            case 38: elevation = parseReal(v); break;
+            case 38:
+                elevation = parseReal(v);
+                break;
             case 40:
                 if (last) last->StartWidth = parseReal(v);
                 break;
@@ -523,8 +618,11 @@ void readLwPolyline(tag_DXF* d, tag_DXFENTITYHEADER* h, tag_ENTPOLYLINE* p) {
             case 42:
                 if (last) last->Bulge = parseReal(v);
                 break;
-            case 70: p->Flag = static_cast<DWORD>(parseInt(v)); break;
-            default: break;
+            case 70:
+                p->Flag = static_cast<DWORD>(parseInt(v));
+                break;
+            default:
+                break;
         }
     });
     for (DWORD i = 0; i < list.count; ++i) list.items[i].Point.z = elevation;
@@ -537,10 +635,10 @@ struct EntityKind {
     WORD type;
 };
 constexpr EntityKind kEntityKinds[] = {
-    {"LINE", ENT_LINE},         {"POINT", ENT_POINT},         {"CIRCLE", ENT_CIRCLE},
-    {"ELLIPSE", ENT_ELLIPSE},   {"TEXT", ENT_TEXT},           {"ARC", ENT_ARC},
-    {"SOLID", ENT_SOLID},       {"INSERT", ENT_INSERT},       {"POLYLINE", ENT_POLYLINE},
-    {"LWPOLYLINE", ENT_POLYLINE}, {"3DFACE", ENT_FACE3D},     {"DIMENSION", ENT_DIMENSION},
+    {"LINE", ENT_LINE},           {"POINT", ENT_POINT},   {"CIRCLE", ENT_CIRCLE},
+    {"ELLIPSE", ENT_ELLIPSE},     {"TEXT", ENT_TEXT},     {"ARC", ENT_ARC},
+    {"SOLID", ENT_SOLID},         {"INSERT", ENT_INSERT}, {"POLYLINE", ENT_POLYLINE},
+    {"LWPOLYLINE", ENT_POLYLINE}, {"3DFACE", ENT_FACE3D}, {"DIMENSION", ENT_DIMENSION},
 };
 
 // Reads the entity whose opening group was just read.
@@ -557,7 +655,8 @@ void readEntity(tag_DXF* d, WORD type, bool lightweight, tag_DXFENTITYHEADER* h,
         }
         case ENT_POINT:
             std::memset(&e->Point, 0, sizeof e->Point);
-            readEntityGroups(d, h, [&](int c, const char* v) { pointGroup(c, v, {&e->Point.Point0}); });
+            readEntityGroups(d, h,
+                             [&](int c, const char* v) { pointGroup(c, v, {&e->Point.Point0}); });
             break;
         case ENT_CIRCLE: {
             tag_ENTCIRCLE& circle = e->Circle;
@@ -572,9 +671,12 @@ void readEntity(tag_DXF* d, WORD type, bool lightweight, tag_DXFENTITYHEADER* h,
             std::memset(&a, 0, sizeof a);
             readEntityGroups(d, h, [&](int c, const char* v) {
                 if (pointGroup(c, v, {&a.Point0})) return;
-                if (c == 40) a.Radius = parseReal(v);
-                else if (c == 50) a.StartAngle = parseReal(v);
-                else if (c == 51) a.EndAngle = parseReal(v);
+                if (c == 40)
+                    a.Radius = parseReal(v);
+                else if (c == 50)
+                    a.StartAngle = parseReal(v);
+                else if (c == 51)
+                    a.EndAngle = parseReal(v);
             });
             break;
         }
@@ -582,11 +684,16 @@ void readEntity(tag_DXF* d, WORD type, bool lightweight, tag_DXFENTITYHEADER* h,
             tag_ENTELLIPSE& el = e->Ellipse;
             std::memset(&el, 0, sizeof el);
             readEntityGroups(d, h, [&](int c, const char* v) {
-                if (c == 10 || c == 20 || c == 30) pointGroup(c, v, {&el.CenterPoint});
-                else if (c == 11 || c == 21 || c == 31) pointGroup(c - 1, v, {&el.MajorAxisEndPoint});
-                else if (c == 40) el.MinorToMajorRatio = parseReal(v);
-                else if (c == 41) el.StartParam = parseReal(v);
-                else if (c == 42) el.EndParam = parseReal(v);
+                if (c == 10 || c == 20 || c == 30)
+                    pointGroup(c, v, {&el.CenterPoint});
+                else if (c == 11 || c == 21 || c == 31)
+                    pointGroup(c - 1, v, {&el.MajorAxisEndPoint});
+                else if (c == 40)
+                    el.MinorToMajorRatio = parseReal(v);
+                else if (c == 41)
+                    el.StartParam = parseReal(v);
+                else if (c == 42)
+                    el.EndParam = parseReal(v);
             });
             break;
         }
@@ -595,35 +702,52 @@ void readEntity(tag_DXF* d, WORD type, bool lightweight, tag_DXFENTITYHEADER* h,
             std::memset(&t, 0, sizeof t);
             readEntityGroups(d, h, [&](int c, const char* v) {
                 tag_ENTTEXT& x = t.Text;
-                if (c == 10 || c == 20 || c == 30) pointGroup(c, v, {&x.Point0});
-                else if (c == 11 || c == 21 || c == 31) pointGroup(c - 1, v, {&x.SecondAlignmentPoint});
-                else if (c == 1) copyName(x.strText, v);
-                else if (c == 7) copyName(t.TextStyleName, v);
-                else if (c == 40) x.Height = parseReal(v);
-                else if (c == 41) x.WidthFactor = parseReal(v);
-                else if (c == 50) x.RotationAngle = parseReal(v);
-                else if (c == 51) x.Oblique = parseReal(v);
+                if (c == 10 || c == 20 || c == 30)
+                    pointGroup(c, v, {&x.Point0});
+                else if (c == 11 || c == 21 || c == 31)
+                    pointGroup(c - 1, v, {&x.SecondAlignmentPoint});
+                else if (c == 1)
+                    copyName(x.strText, v);
+                else if (c == 7)
+                    copyName(t.TextStyleName, v);
+                else if (c == 40)
+                    x.Height = parseReal(v);
+                else if (c == 41)
+                    x.WidthFactor = parseReal(v);
+                else if (c == 50)
+                    x.RotationAngle = parseReal(v);
+                else if (c == 51)
+                    x.Oblique = parseReal(v);
                 else if (c == 72)
-                    x.Justification = (x.Justification & ~0xffu) | (static_cast<DWORD>(parseInt(v)) & 0xffu);
+                    x.Justification =
+                        (x.Justification & ~0xffu) | (static_cast<DWORD>(parseInt(v)) & 0xffu);
                 else if (c == 73)
-                    x.Justification = (x.Justification & ~0xff00u) | ((static_cast<DWORD>(parseInt(v)) & 0xffu) << 8);
+                    x.Justification = (x.Justification & ~0xff00u) |
+                                      ((static_cast<DWORD>(parseInt(v)) & 0xffu) << 8);
             });
             break;
         }
         case ENT_SOLID:
         case ENT_FACE3D:
             std::memset(&e->Solid, 0, sizeof e->Solid);
-            readEntityGroups(d, h, [&](int c, const char* v) { pointGroup(c, v, {&e->Solid.Point0, &e->Solid.Point1, &e->Solid.Point2, &e->Solid.Point3}); });
+            readEntityGroups(d, h, [&](int c, const char* v) {
+                pointGroup(
+                    c, v, {&e->Solid.Point0, &e->Solid.Point1, &e->Solid.Point2, &e->Solid.Point3});
+            });
             break;
         case ENT_INSERT: {
             tag_DXFENTINSERT& in = e->Insert;
             std::memset(&in, 0, sizeof in);
             readEntityGroups(d, h, [&](int c, const char* v) {
                 if (pointGroup(c, v, {&in.Insert.Point0})) return;
-                if (c == 2) copyName(in.BlockName, v);
-                else if (c == 41) in.Insert.XScale = parseReal(v);
-                else if (c == 42) in.Insert.YScale = parseReal(v);
-                else if (c == 50) in.Insert.RotationAngle = parseReal(v);
+                if (c == 2)
+                    copyName(in.BlockName, v);
+                else if (c == 41)
+                    in.Insert.XScale = parseReal(v);
+                else if (c == 42)
+                    in.Insert.YScale = parseReal(v);
+                else if (c == 50)
+                    in.Insert.RotationAngle = parseReal(v);
             });
             break;
         }
@@ -639,17 +763,25 @@ void readEntity(tag_DXF* d, WORD type, bool lightweight, tag_DXFENTITYHEADER* h,
             std::memset(&dim, 0, sizeof dim);
             readEntityGroups(d, h, [&](int c, const char* v) {
                 tag_ENTDIMENSION& x = dim.Dimension;
-                if (c == 10 || c == 20 || c == 30) pointGroup(c, v, {&x.DimLinePoint});
-                else if (c == 13 || c == 23 || c == 33) pointGroup(c - 3, v, {&x.DefPoint1});
-                else if (c == 14 || c == 24 || c == 34) pointGroup(c - 4, v, {&x.DefPoint2});
-                else if (c == 1) copyName(x.strText, v);
-                else if (c == 2) copyName(dim.BlockName, v);
-                else if (c == 3) copyName(dim.DimStyleName, v);
-                else if (c == 50) x.DimLineAngle = parseReal(v);
+                if (c == 10 || c == 20 || c == 30)
+                    pointGroup(c, v, {&x.DimLinePoint});
+                else if (c == 13 || c == 23 || c == 33)
+                    pointGroup(c - 3, v, {&x.DefPoint1});
+                else if (c == 14 || c == 24 || c == 34)
+                    pointGroup(c - 4, v, {&x.DefPoint2});
+                else if (c == 1)
+                    copyName(x.strText, v);
+                else if (c == 2)
+                    copyName(dim.BlockName, v);
+                else if (c == 3)
+                    copyName(dim.DimStyleName, v);
+                else if (c == 50)
+                    x.DimLineAngle = parseReal(v);
             });
             break;
         }
-        default: break;
+        default:
+            break;
     }
 }
 
@@ -753,7 +885,8 @@ int dxfAddLinetype(HDXF d, const tag_DXFLTYPE* t) {
              putInt(d, 70, static_cast<int>(t->StandardFlags)) & putStr(d, 3, t->DescriptiveText) &
              putInt(d, 72, 65) & putInt(d, 73, static_cast<int>(t->ElementsNumber)) &
              putReal(d, 40, t->TotalPatternLength);
-    DWORD n = t->ElementsNumber < DXF_MAX_LTYPE_ELEMENTS ? t->ElementsNumber : DXF_MAX_LTYPE_ELEMENTS;
+    DWORD n =
+        t->ElementsNumber < DXF_MAX_LTYPE_ELEMENTS ? t->ElementsNumber : DXF_MAX_LTYPE_ELEMENTS;
     for (DWORD i = 0; i < n; ++i) ok &= putReal(d, 49, t->Elements[i]);
     return ok;
 }
@@ -762,8 +895,9 @@ int dxfAddTextStyle(HDXF d, const tag_DXFSTYLE* s) {
     if (!writing(d) || !s || d->CurrentTable != TAB_STYLE) return 0;
     return putStr(d, 0, "STYLE") & putStr(d, 2, s->Name) & putStr(d, 3, s->PrimaryFontFilename) &
            putInt(d, 70, static_cast<int>(s->StandardFlags)) &
-           putInt(d, 71, static_cast<int>(s->TextGenerationFlags)) & putReal(d, 40, s->FixedTextHeight) &
-           putReal(d, 41, s->WidthFactor) & putReal(d, 42, s->Height) & putReal(d, 50, s->ObliqueAngle);
+           putInt(d, 71, static_cast<int>(s->TextGenerationFlags)) &
+           putReal(d, 40, s->FixedTextHeight) & putReal(d, 41, s->WidthFactor) &
+           putReal(d, 42, s->Height) & putReal(d, 50, s->ObliqueAngle);
 }
 
 int dxfAddDimStyle(HDXF d, const tag_DXFDIMSTYLE* s) {
@@ -839,7 +973,8 @@ int dxfLine(HDXF d, double x1, double y1, double x2, double y2, double z1, doubl
     if (!entitiesAllowed(d)) return 0;
     const double w = d->WidthScale, h = d->HeightScale;
     return entityStart(d, "LINE") & putReal(d, 10, x1 * w) & putReal(d, 20, y1 * h) &
-           putReal(d, 30, z1) & putReal(d, 11, x2 * w) & putReal(d, 21, y2 * h) & putReal(d, 31, z2);
+           putReal(d, 30, z1) & putReal(d, 11, x2 * w) & putReal(d, 21, y2 * h) &
+           putReal(d, 31, z2);
 }
 
 int dxfPoint(HDXF d, double x, double y, double z) {
@@ -871,9 +1006,10 @@ int dxfArc(HDXF d, double cx, double cy, double radius, double startAngle, doubl
     const double h = d->HeightScale;
     int ok = entityStart(d, "ARC");
     if (thickness > 0.0) ok &= putReal(d, 39, thickness);
-    return ok & putReal(d, 10, cx * d->WidthScale) & putReal(d, 20, cy * h) & putReal(d, 30, cz * h) &
-           putReal(d, 40, radius * h) & putReal(d, 50, startAngle) & putReal(d, 51, endAngle) &
-           putReal(d, 210, 0.0) & putReal(d, 220, 0.0) & putReal(d, 230, 1.0);
+    return ok & putReal(d, 10, cx * d->WidthScale) & putReal(d, 20, cy * h) &
+           putReal(d, 30, cz * h) & putReal(d, 40, radius * h) & putReal(d, 50, startAngle) &
+           putReal(d, 51, endAngle) & putReal(d, 210, 0.0) & putReal(d, 220, 0.0) &
+           putReal(d, 230, 1.0);
 }
 
 int dxfText(HDXF d, const char* text, double x1, double y1, double x2, double y2, double height,
@@ -886,8 +1022,8 @@ int dxfText(HDXF d, const char* text, double x1, double y1, double x2, double y2
     ok &= putReal(d, 10, x1 * w) & putReal(d, 20, y1 * h);
     if (justification != 0)
         ok &= putInt(d, 72, static_cast<int>(justification & 0xff)) &
-              putInt(d, 73, static_cast<int>((justification >> 8) & 0xff)) & putReal(d, 11, x2 * w) &
-              putReal(d, 21, y2 * h);
+              putInt(d, 73, static_cast<int>((justification >> 8) & 0xff)) &
+              putReal(d, 11, x2 * w) & putReal(d, 21, y2 * h);
     ok &= putReal(d, 40, height * h);
     if (widthFactor != 0.0) ok &= putReal(d, 41, widthFactor);
     return ok & putReal(d, 50, rotation) & putStr(d, 1, text);
@@ -901,6 +1037,16 @@ int dxfSolid(HDXF d, int corners, const tag_REALPOINT* p) {
         const tag_REALPOINT& c = p[i < corners ? i : corners - 1];
         ok &= putReal(d, 10 + i, c.x * w) & putReal(d, 20 + i, c.y * h) & putReal(d, 30 + i, c.z);
     }
+    return ok;
+}
+
+int dxf3DFace(HDXF d, const tag_REALPOINT* p) {
+    if (!entitiesAllowed(d) || !p) return 0;
+    const double w = d->WidthScale, h = d->HeightScale;
+    int ok = entityStart(d, "3DFACE");
+    for (int i = 0; i < 4; ++i)
+        ok &= putReal(d, 10 + i, p[i].x * w) & putReal(d, 20 + i, p[i].y * h) &
+              putReal(d, 30 + i, p[i].z);
     return ok;
 }
 
@@ -1149,10 +1295,14 @@ int dxfReadBlockHeader(HDXF d, tag_DXFBLOCKHEADER* b) {
             putBack(d);
             break;
         }
-        if (d->Code == 2 || d->Code == 3) copyName(b->Name, d->Value);
-        else if (d->Code == 8) copyName(b->LayerName, d->Value);
-        else if (d->Code == 70) b->Flags = static_cast<char>(parseInt(d->Value));
-        else pointGroup(d->Code, d->Value, {&b->BasePoint});
+        if (d->Code == 2 || d->Code == 3)
+            copyName(b->Name, d->Value);
+        else if (d->Code == 8)
+            copyName(b->LayerName, d->Value);
+        else if (d->Code == 70)
+            b->Flags = static_cast<char>(parseInt(d->Value));
+        else
+            pointGroup(d->Code, d->Value, {&b->BasePoint});
     }
     d->BlockOpen = 1;
     return 1;

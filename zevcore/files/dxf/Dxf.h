@@ -223,20 +223,20 @@ struct tag_DXFSTYLE {
 struct tag_DXFDIMSTYLE {
     char Name[512];
     DWORD StandardFlags;
-    int DIMCLRD;     // dimension line colour
-    double DIMDLE;   // dimension line extension
-    int DIMCLRE;     // extension line colour
-    double DIMEXE;   // extension past the dimension line
-    double DIMEXO;   // extension-line offset from the origin
+    int DIMCLRD;    // dimension line colour
+    double DIMDLE;  // dimension line extension
+    int DIMCLRE;    // extension line colour
+    double DIMEXE;  // extension past the dimension line
+    double DIMEXO;  // extension-line offset from the origin
     char DIMBLK1[512];
     char DIMBLK2[512];
-    double DIMASZ;   // arrow size
+    double DIMASZ;  // arrow size
     char DIMTXSTY[512];
     DWORD DIMTXSTYObjhandle;
-    int DIMCLRT;     // text colour
-    double DIMTXT;   // text height
-    int DIMTAD;      // 0 centred in the line, 1 above it
-    double DIMGAP;   // gap round the text
+    int DIMCLRT;    // text colour
+    double DIMTXT;  // text height
+    int DIMTAD;     // 0 centred in the line, 1 above it
+    double DIMGAP;  // gap round the text
 };
 static_assert(sizeof(tag_DXFDIMSTYLE) == 2128);
 
@@ -326,8 +326,9 @@ ZEVCORE_API int dxfText(HDXF hDxf, const char* text, double x1, double y1, doubl
                         const char* style);
 /// Three or four corners; three repeat the last.
 ZEVCORE_API int dxfSolid(HDXF hDxf, int corners, const tag_REALPOINT* points);
-ZEVCORE_API int dxfPolyLine(HDXF hDxf, const tag_DXFENTVERTEX* vertices, int count,
-                            unsigned flags);
+/// A 3DFACE of four corners (groups as SOLID's); not in the original set, for meshes.
+ZEVCORE_API int dxf3DFace(HDXF hDxf, const tag_REALPOINT* corners);
+ZEVCORE_API int dxfPolyLine(HDXF hDxf, const tag_DXFENTVERTEX* vertices, int count, unsigned flags);
 /// A linear dimension drawn out in points, lines, a text and arrows with the current
 /// dimension style: measured points 1 and 2, (x3, y3) on the dimension line, `angle` its
 /// direction in degrees.

@@ -39,7 +39,9 @@ public:
     bool SetCurrentLinetype(const char* lineType) {
         return dxfSetCurrentLinetype(m_hDxf, lineType) != 0;
     }
-    bool SetCurrentTextStyle(const char* style) { return dxfSetCurrentTextStyle(m_hDxf, style) != 0; }
+    bool SetCurrentTextStyle(const char* style) {
+        return dxfSetCurrentTextStyle(m_hDxf, style) != 0;
+    }
     bool SetCurrentDimStyle(const char* style) { return dxfSetCurrentDimStyle(m_hDxf, style) != 0; }
     bool SetCurrentColor(int color) { return dxfSetCurrentColor(m_hDxf, color) != 0; }
     bool SetScale(double widthScale, double heightScale) {
@@ -52,8 +54,8 @@ public:
         return dxfBlockBegin(m_hDxf, name, layer, x, y, flags) != 0;
     }
     bool BlockEnd() { return dxfBlockEnd(m_hDxf) != 0; }
-    bool InsertBlock(const char* name, double x, double y, double xScale = 1.0,
-                     double yScale = 1.0, double rotation = 0.0) {
+    bool InsertBlock(const char* name, double x, double y, double xScale = 1.0, double yScale = 1.0,
+                     double rotation = 0.0) {
         return dxfInsertBlock(m_hDxf, name, x, y, xScale, yScale, rotation) != 0;
     }
 
@@ -74,17 +76,18 @@ public:
     }
     bool Text(const char* text, double x1, double y1, double x2, double y2, double height,
               double rotation, DWORD justification, double widthFactor, const char* style) {
-        return dxfText(m_hDxf, text, x1, y1, x2, y2, height, rotation, justification,
-                       widthFactor, style) != 0;
+        return dxfText(m_hDxf, text, x1, y1, x2, y2, height, rotation, justification, widthFactor,
+                       style) != 0;
     }
     bool Solid(int corners, const tag_REALPOINT* points) {
         return dxfSolid(m_hDxf, corners, points) != 0;
     }
+    bool Face3D(const tag_REALPOINT* corners) { return dxf3DFace(m_hDxf, corners) != 0; }
     bool PolyLine(int count, const tag_DXFENTVERTEX* vertices, unsigned flags = 0) {
         return dxfPolyLine(m_hDxf, vertices, count, flags) != 0;
     }
-    bool DimLinear(double x1, double y1, double x2, double y2, double x3, double y3,
-                   double angle, const char* text) {
+    bool DimLinear(double x1, double y1, double x2, double y2, double x3, double y3, double angle,
+                   const char* text) {
         return dxfDimLinear(m_hDxf, x1, y1, x2, y2, x3, y3, angle, text) != 0;
     }
 
