@@ -186,8 +186,8 @@ TEST_F(DrawingTest, EntitiesArePackedEndToEndAndWalkedByPosition) {
         int paper;
     };
     std::vector<Seen> seen;
-    for (unsigned long flags = FIND_FIRST; unsigned long n = drwFindEntity(h, nullptr, &eh, &ed, flags);
-         flags = FIND_NEXT) {
+    for (unsigned long flags = FIND_FIRST;
+         unsigned long n = drwFindEntity(h, nullptr, &eh, &ed, flags); flags = FIND_NEXT) {
         seen.push_back({n, eh.EntityType, eh.PreviousEntityPos, eh.NextEntityPos, eh.PaperSpace});
         if (eh.EntityType == ENT_POLYLINE) {
             ASSERT_EQ(ed.PolyLine.nVertex, 2u);
@@ -283,7 +283,8 @@ std::vector<int> types(HDRAWING h, const char* block = nullptr) {
     std::vector<int> out;
     tag_ENTITYHEADER eh;
     DRWENTITYDATA ed;
-    for (unsigned long flags = FIND_FIRST; drwFindEntity(h, block, &eh, &ed, flags); flags = FIND_NEXT)
+    for (unsigned long flags = FIND_FIRST; drwFindEntity(h, block, &eh, &ed, flags);
+         flags = FIND_NEXT)
         out.push_back(eh.EntityType);
     return out;
 }
@@ -302,11 +303,11 @@ TEST_F(DrawingTest, SavesAndLoadsThroughTheFileLayer) {
     ASSERT_TRUE(back.LoadDXFFile(path.c_str()));
     EXPECT_TRUE(drwIsValid(back.Handle()));
     // The dimension comes back as what it was drawn in: two points, lines, a text, arrows.
-    EXPECT_EQ(types(back.Handle()),
-              (std::vector<int>{ENT_LINE, ENT_POINT, ENT_CIRCLE, ENT_ARC, ENT_TEXT, ENT_SOLID,
-                                ENT_FACE3D, ENT_INSERT, ENT_POLYLINE, ENT_POINT, ENT_POINT,
-                                ENT_LINE, ENT_LINE, ENT_TEXT, ENT_SOLID, ENT_SOLID, ENT_LINE,
-                                ENT_LINE}));
+    EXPECT_EQ(
+        types(back.Handle()),
+        (std::vector<int>{ENT_LINE, ENT_POINT, ENT_CIRCLE, ENT_ARC, ENT_TEXT, ENT_SOLID, ENT_FACE3D,
+                          ENT_INSERT, ENT_POLYLINE, ENT_POINT, ENT_POINT, ENT_LINE, ENT_LINE,
+                          ENT_TEXT, ENT_SOLID, ENT_SOLID, ENT_LINE, ENT_LINE}));
     EXPECT_EQ(types(back.Handle(), "Tick"), (std::vector<int>{ENT_LINE}));
     tag_LAYER found{};
     std::strcpy(found.Name, "Mesh");
