@@ -187,8 +187,7 @@ std::string dxfMeshText(const Region& region, const Mesh& mesh, bool faces) {
         ok = ok && w.BeginSection(SEC_TABLES) && w.BeginTableType(TAB_LTYPE);
         tag_DXFLTYPE continuous{};
         std::snprintf(continuous.Name, sizeof continuous.Name, "CONTINUOUS");
-        std::snprintf(continuous.DescriptiveText, sizeof continuous.DescriptiveText,
-                      "Solid line");
+        std::snprintf(continuous.DescriptiveText, sizeof continuous.DescriptiveText, "Solid line");
         ok = ok && w.AddLinetype(&continuous) && w.EndTableType();
         ok = ok && w.BeginTableType(TAB_LAYER) && w.AddLayer("0", 7, "CONTINUOUS") &&
              w.AddLayer("BOUNDARY", 1, "CONTINUOUS") && w.AddLayer("MESH", 5, "CONTINUOUS") &&
