@@ -49,10 +49,10 @@
 #include "zevcore/files/FileRecovery.h"
 #include "zevcore/files/StringEx.h"
 #include "zevcore/files/TextFile.h"
+#include "zevcore/files/Xml.h"
 #include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/files/dxf/Dxf.h"
 #include "zevcore/files/dxf/DxfFileWrite.h"
-#include "zevcore/files/Xml.h"
 
 #include "zevcore/graphics/GraphicGrid.h"
 #include "zevcore/graphics/GridManager.h"

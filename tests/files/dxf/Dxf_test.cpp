@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -313,6 +316,36 @@ TEST(DxfWriter, NumbersIgnoreTheProcessLocale) {
     ASSERT_EQ(r.entities.size(), 1u);
     EXPECT_EQ(r.entities[0].data.Line.Point0.y, -2.25);
     EXPECT_EQ(r.entities[0].data.Line.Point1.y, 0.123457);
+}
+
+// The writer formats without printf; its text must be printf's "%f" in the C locale, digit
+// for digit, rounding and signs included.
+TEST(DxfWriter, RealsAreWhatPrintfWouldWrite) {
+    TempDir dir;
+    const std::string path = dir.file("f.dxf");
+    std::vector<double> values = {
+        0.0,  -0.0,   0.5e-6, 0.4999999e-6, -0.5e-6, 1.0000005, 2.5e-7, 123456789.123456789,
+        1e22, -1e300, 5e-324, 0.1,          0.7,     1.0 / 3,   2.675,  1e15 + 0.3};
+    std::uint64_t seed = 12345;
+    for (int i = 0; i < 20000; ++i) {
+        seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+        std::uint64_t bits = seed >> 1;
+        double v;
+        std::memcpy(&v, &bits, sizeof v);
+        if (std::isfinite(v) && std::fabs(v) < 1e30) values.push_back(v);
+        values.push_back(static_cast<double>(static_cast<std::int64_t>(seed % 2000000000)) / 1e6 -
+                         1000.0);
+    }
+    HDXF h = dxfCreateFile(path.c_str());
+    std::string expected;
+    char text[400];
+    for (double v : values) {
+        ASSERT_EQ(dxfWriteParamDouble(h, 40, v), 1);
+        std::snprintf(text, sizeof text, "%d\n%f\n", 40, v);
+        expected += text;
+    }
+    dxfCloseFile(h);
+    EXPECT_EQ(readFile(path), expected + "0\nEOF\n");
 }
 
 TEST(DxfFileWrite, DestructorEndsWhatIsOpenAndCloses) {

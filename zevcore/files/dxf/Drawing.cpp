@@ -63,23 +63,39 @@ struct Table {
 bool tableOf(tag_DRAWING* d, unsigned long type, Table& t) {
     switch (type) {
         case TAB_DIMSTYLE:
-            t = {type, &d->DimStyleCount, &d->DimStyleCursor,
-                 reinterpret_cast<unsigned char*>(d->DimStyles), sizeof(tag_DIMSTYLE),
+            t = {type,
+                 &d->DimStyleCount,
+                 &d->DimStyleCursor,
+                 reinterpret_cast<unsigned char*>(d->DimStyles),
+                 sizeof(tag_DIMSTYLE),
                  DRW_MAX_DIMSTYLES};
             return true;
         case TAB_LAYER:
-            t = {type, &d->LayerCount, &d->LayerCursor, reinterpret_cast<unsigned char*>(d->Layers),
-                 sizeof(tag_LAYER), DRW_MAX_LAYERS};
+            t = {type,
+                 &d->LayerCount,
+                 &d->LayerCursor,
+                 reinterpret_cast<unsigned char*>(d->Layers),
+                 sizeof(tag_LAYER),
+                 DRW_MAX_LAYERS};
             return true;
         case TAB_LTYPE:
-            t = {type, &d->LTypeCount, &d->LTypeCursor, reinterpret_cast<unsigned char*>(d->LTypes),
-                 sizeof(tag_LTYPE), DRW_MAX_LTYPES};
+            t = {type,
+                 &d->LTypeCount,
+                 &d->LTypeCursor,
+                 reinterpret_cast<unsigned char*>(d->LTypes),
+                 sizeof(tag_LTYPE),
+                 DRW_MAX_LTYPES};
             return true;
         case TAB_STYLE:
-            t = {type, &d->StyleCount, &d->StyleCursor, reinterpret_cast<unsigned char*>(d->Styles),
-                 sizeof(tag_STYLE), DRW_MAX_STYLES};
+            t = {type,
+                 &d->StyleCount,
+                 &d->StyleCursor,
+                 reinterpret_cast<unsigned char*>(d->Styles),
+                 sizeof(tag_STYLE),
+                 DRW_MAX_STYLES};
             return true;
-        default: return false;
+        default:
+            return false;
     }
 }
 
@@ -107,8 +123,7 @@ unsigned long findInTable(tag_DRAWING* d, const Table& t, unsigned long flags, v
         std::memcpy(&wantHandle, record, sizeof wantHandle);
         const char* wantName = static_cast<const char*>(record) + sizeof(DWORD);
         for (DWORD i = 0; i < count; ++i) {
-            bool byName = (flags & FIND_BYNAME) &&
-                          strncmp(nameAt(t, i), wantName, 512) == 0;
+            bool byName = (flags & FIND_BYNAME) && strncmp(nameAt(t, i), wantName, 512) == 0;
             bool byHandle = (flags & FIND_BYHANDLE) && handleAt(t, i) == wantHandle;
             if (byName || byHandle) return copyOut(t, i, record);
         }
@@ -127,7 +142,7 @@ unsigned long findInTable(tag_DRAWING* d, const Table& t, unsigned long flags, v
 
 // The name of a table record by object number, "" when there is none.
 const char* nameOf(tag_DRAWING* d, unsigned long type, DWORD handle) {
-    Table t;
+    Table t{};
     if (handle == 0 || !tableOf(d, type, t)) return "";
     for (DWORD i = 0; i < *t.count; ++i)
         if (handleAt(t, i) == handle) return nameAt(t, i);
@@ -135,7 +150,7 @@ const char* nameOf(tag_DRAWING* d, unsigned long type, DWORD handle) {
 }
 
 DWORD handleOf(tag_DRAWING* d, unsigned long type, const char* name) {
-    Table t;
+    Table t{};
     if (!name || !*name || !tableOf(d, type, t)) return 0;
     for (DWORD i = 0; i < *t.count; ++i)
         if (strncmp(nameAt(t, i), name, 512) == 0) return handleAt(t, i);
@@ -162,18 +177,30 @@ bool live(HDRAWING h) {
 
 DWORD drwEntityDataSize(unsigned type) {
     switch (type) {
-        case ENT_LINE: return sizeof(tag_ENTLINE);
-        case ENT_POINT: return sizeof(tag_ENTPOINT);
-        case ENT_CIRCLE: return sizeof(tag_ENTCIRCLE);
-        case ENT_ELLIPSE: return sizeof(tag_ENTELLIPSE);
-        case ENT_TEXT: return sizeof(tag_ENTTEXT);
-        case ENT_ARC: return sizeof(tag_ENTARC);
-        case ENT_SOLID: return sizeof(tag_ENTSOLID);
-        case ENT_INSERT: return sizeof(tag_ENTINSERT);
-        case ENT_POLYLINE: return sizeof(tag_ENTPOLYLINE);
-        case ENT_DIMENSION: return sizeof(tag_ENTDIMENSION);
-        case ENT_FACE3D: return sizeof(tag_ENT3DFACE);
-        default: return 0;
+        case ENT_LINE:
+            return sizeof(tag_ENTLINE);
+        case ENT_POINT:
+            return sizeof(tag_ENTPOINT);
+        case ENT_CIRCLE:
+            return sizeof(tag_ENTCIRCLE);
+        case ENT_ELLIPSE:
+            return sizeof(tag_ENTELLIPSE);
+        case ENT_TEXT:
+            return sizeof(tag_ENTTEXT);
+        case ENT_ARC:
+            return sizeof(tag_ENTARC);
+        case ENT_SOLID:
+            return sizeof(tag_ENTSOLID);
+        case ENT_INSERT:
+            return sizeof(tag_ENTINSERT);
+        case ENT_POLYLINE:
+            return sizeof(tag_ENTPOLYLINE);
+        case ENT_DIMENSION:
+            return sizeof(tag_ENTDIMENSION);
+        case ENT_FACE3D:
+            return sizeof(tag_ENT3DFACE);
+        default:
+            return 0;
     }
 }
 
@@ -223,7 +250,7 @@ double drwGetWidthScale(HDRAWING h) {
 }
 
 unsigned long drwAddTableType_Direct(tag_DRAWING* d, unsigned long type, void* record) {
-    Table t;
+    Table t{};
     if (!d || !record || !tableOf(d, type, t) || *t.count >= t.limit) return 0;
     if (type == TAB_LAYER) {
         const DWORD lt = static_cast<tag_LAYER*>(record)->LineTypeObjhandle;
@@ -257,7 +284,7 @@ unsigned long drwAddTableType(HDRAWING h, unsigned long type, void* record) {
 unsigned long drwFindTableType_Direct(tag_DRAWING* d, unsigned long type, unsigned long flags,
                                       void* record) {
     if (!d || !record) return 0;
-    Table t;
+    Table t{};
     if (type != TAB_NOTSET) return tableOf(d, type, t) ? findInTable(d, t, flags, record) : 0;
     // All tables, one after the other.
     if (flags & (FIND_BYNAME | FIND_BYHANDLE)) {
@@ -300,7 +327,7 @@ unsigned long drwFindTableType(HDRAWING h, unsigned long type, unsigned long fla
 int drwDeleteTableType(HDRAWING h, unsigned long type, unsigned long objhandle) {
     if (!live(h)) return 0;
     for (unsigned long each : kTableOrder) {
-        Table t;
+        Table t{};
         if ((type != TAB_NOTSET && each != type) || !tableOf(h, each, t)) continue;
         for (DWORD i = 0; i < *t.count; ++i) {
             if (handleAt(t, i) != objhandle) continue;
@@ -417,7 +444,8 @@ unsigned long drwAddEntity_Direct(tag_DRAWING* d, unsigned long blockObjhandle,
     }
     if (header->EntityType == ENT_TEXT) reinterpret_cast<tag_ENTTEXT*>(body)->strText[1023] = '\0';
     if (header->EntityType == ENT_DIMENSION)
-        reinterpret_cast<tag_ENTDIMENSION*>(body)->strText[sizeof(tag_ENTDIMENSION::strText) - 1] = '\0';
+        reinterpret_cast<tag_ENTDIMENSION*>(body)->strText[sizeof(tag_ENTDIMENSION::strText) - 1] =
+            '\0';
 
     header->PaperSpace = dxfGetPaperSpace();
     header->Objhandle = ++d->LastObjhandle;
@@ -440,8 +468,8 @@ unsigned long drwAddEntity(HDRAWING h, unsigned long blockObjhandle, tag_ENTITYH
     return result;
 }
 
-unsigned long drwFindEntity_Direct(tag_DRAWING* d, const char* blockName,
-                                   tag_ENTITYHEADER* header, void* data, unsigned long flags) {
+unsigned long drwFindEntity_Direct(tag_DRAWING* d, const char* blockName, tag_ENTITYHEADER* header,
+                                   void* data, unsigned long flags) {
     if (!d || !header || !data) return 0;
     ENTITIES_DATA* list = &d->Entities;
     if (blockName) {
@@ -463,13 +491,13 @@ unsigned long drwFindEntity_Direct(tag_DRAWING* d, const char* blockName,
     }
     std::memcpy(header, list->hMemory + pos, kHeaderSize);
     std::memcpy(data, list->hMemory + pos + kHeaderSize, header->NextEntityPos - pos - kHeaderSize);
-    list->CurrentEntityPos = (flags & FIND_LAST) && !(flags & FIND_FIRST) ? list->FreePos
-                                                                          : header->NextEntityPos;
+    list->CurrentEntityPos =
+        (flags & FIND_LAST) && !(flags & FIND_FIRST) ? list->FreePos : header->NextEntityPos;
     return header->Objhandle;
 }
 
-unsigned long drwFindEntity(HDRAWING h, const char* blockName, tag_ENTITYHEADER* header,
-                            void* data, unsigned long flags) {
+unsigned long drwFindEntity(HDRAWING h, const char* blockName, tag_ENTITYHEADER* header, void* data,
+                            unsigned long flags) {
     tag_DRAWING* d = InitilizePDRAWING(h);
     if (!live(d)) return 0;
     unsigned long result = drwFindEntity_Direct(d, blockName, header, data, flags);
@@ -506,7 +534,7 @@ bool drwIsValid(HDRAWING h) {
     if (!live(h) || h->LastObjhandle < 15) return false;
     std::set<DWORD> handles;
     for (unsigned long type : kTableOrder) {
-        Table t;
+        Table t{};
         tableOf(h, type, t);
         if (*t.count > t.limit) return false;
         for (DWORD i = 0; i < *t.count; ++i) {
@@ -519,7 +547,8 @@ bool drwIsValid(HDRAWING h) {
     if (h->BlockCount > DRW_MAX_BLOCKS) return false;
     for (DWORD i = 0; i < h->BlockCount; ++i) {
         const tag_BLOCKHEADER& b = h->Blocks[i];
-        if (b.Objhandle == 0 || b.Objhandle > h->LastObjhandle || !handles.insert(b.Objhandle).second)
+        if (b.Objhandle == 0 || b.Objhandle > h->LastObjhandle ||
+            !handles.insert(b.Objhandle).second)
             return false;
         if (!listIsValid(b.Entities, handles, h->LastObjhandle)) return false;
     }
@@ -547,7 +576,8 @@ int writeEntity(tag_DRAWING* d, HDXF f, const tag_ENTITYHEADER& h, const DRWENTI
             return dxfLine(f, l.Point0.x, l.Point0.y, l.Point1.x, l.Point1.y, l.Point0.z,
                            l.Point1.z);
         }
-        case ENT_POINT: return dxfPoint(f, e.Point.Point0.x, e.Point.Point0.y, e.Point.Point0.z);
+        case ENT_POINT:
+            return dxfPoint(f, e.Point.Point0.x, e.Point.Point0.y, e.Point.Point0.z);
         case ENT_CIRCLE:
             return dxfCircle(f, e.Circle.Point0.x, e.Circle.Point0.y, e.Circle.Radius,
                              e.Circle.Point0.z);
@@ -568,7 +598,8 @@ int writeEntity(tag_DRAWING* d, HDXF f, const tag_ENTITYHEADER& h, const DRWENTI
             return dxfArc(f, a.Point0.x, a.Point0.y, a.Radius, a.StartAngle, a.EndAngle,
                           h.Thickness, a.Point0.z);
         }
-        case ENT_SOLID: return dxfSolid(f, 4, &e.Solid.Point0);
+        case ENT_SOLID:
+            return dxfSolid(f, 4, &e.Solid.Point0);
         case ENT_FACE3D: {
             const tag_REALPOINT corners[4] = {e.Face3D.Point0, e.Face3D.Point1, e.Face3D.Point2,
                                               e.Face3D.Point3};
@@ -594,7 +625,8 @@ int writeEntity(tag_DRAWING* d, HDXF f, const tag_ENTITYHEADER& h, const DRWENTI
                                 dim.DefPoint2.y, dim.DimLinePoint.x, dim.DimLinePoint.y,
                                 dim.DimLineAngle, dim.strText);
         }
-        default: return 0;
+        default:
+            return 0;
     }
 }
 
@@ -676,8 +708,7 @@ int drwSaveDXFFile(HDRAWING h, const char* fileName) {
     for (DWORD i = 0; i < h->BlockCount; ++i) {
         const tag_BLOCKHEADER& b = h->Blocks[i];
         const char* layer = nameOf(h, TAB_LAYER, b.LayerObjhandle);
-        ok &= dxfBlockBegin(f, b.Name, *layer ? layer : "0", b.BasePoint.x, b.BasePoint.y,
-                            b.Flags);
+        ok &= dxfBlockBegin(f, b.Name, *layer ? layer : "0", b.BasePoint.x, b.BasePoint.y, b.Flags);
         ok &= writeList(h, f, b.Entities, done, total);
         ok &= dxfBlockEnd(f);
     }
@@ -718,7 +749,9 @@ void addReadEntity(tag_DRAWING* d, unsigned long block, const tag_DXFENTITYHEADE
             e.Dimension = fe.Dimension.Dimension;
             e.Dimension.DimStyleObjhandle = handleOf(d, TAB_DIMSTYLE, fe.Dimension.DimStyleName);
             break;
-        default: std::memcpy(&e, &fe, drwEntityDataSize(fh.EntityType)); break;
+        default:
+            std::memcpy(&e, &fe, drwEntityDataSize(fh.EntityType));
+            break;
     }
     drwAddEntity_Direct(d, block, &h, &e);
 }
@@ -787,7 +820,8 @@ bool addReadRecord(tag_DRAWING* d, unsigned long type, const DXFTABLERECORD& r) 
             t.DIMCLRT = s.DIMCLRT, t.DIMTXT = s.DIMTXT, t.DIMTAD = s.DIMTAD, t.DIMGAP = s.DIMGAP;
             break;
         }
-        default: return true;
+        default:
+            return true;
     }
     drwAddTableType_Direct(d, type, &x);
     return true;
@@ -876,10 +910,9 @@ int drwSetZoomLevel(HDRAWING h, double zoom) {
 
 COLORREF drwColorOf(int aci) {
     aci = std::abs(aci);
-    static const COLORREF kFirst[10] = {RGB(0, 0, 0),       RGB(255, 0, 0),   RGB(255, 255, 0),
-                                        RGB(0, 255, 0),     RGB(0, 255, 255), RGB(0, 0, 255),
-                                        RGB(255, 0, 255),   RGB(0, 0, 0),     RGB(128, 128, 128),
-                                        RGB(192, 192, 192)};
+    static const COLORREF kFirst[10] = {
+        RGB(0, 0, 0),   RGB(255, 0, 0),   RGB(255, 255, 0), RGB(0, 255, 0),     RGB(0, 255, 255),
+        RGB(0, 0, 255), RGB(255, 0, 255), RGB(0, 0, 0),     RGB(128, 128, 128), RGB(192, 192, 192)};
     if (aci < 10 || aci > 255) return aci < 10 ? kFirst[aci] : kFirst[0];
     if (aci >= 250) {
         const BYTE g = static_cast<BYTE>(51 + (aci - 250) * 40);
@@ -889,17 +922,27 @@ COLORREF drwColorOf(int aci) {
     const double hue = ((aci / 10) - 1) * 15.0;
     const int shade = (aci % 10) / 2;
     const bool half = aci % 2 == 1;
-    const double value = (shade == 0 ? 1.0 : shade == 1 ? 0.8 : shade == 2 ? 0.6 : shade == 3 ? 0.5 : 0.3);
+    const double value = (shade == 0   ? 1.0
+                          : shade == 1 ? 0.8
+                          : shade == 2 ? 0.6
+                          : shade == 3 ? 0.5
+                                       : 0.3);
     const double saturation = half ? 0.5 : 1.0;
     const double c = value * saturation, hp = hue / 60.0;
     const double x = c * (1 - std::fabs(std::fmod(hp, 2.0) - 1));
     double r = 0, g = 0, b = 0;
-    if (hp < 1) r = c, g = x;
-    else if (hp < 2) r = x, g = c;
-    else if (hp < 3) g = c, b = x;
-    else if (hp < 4) g = x, b = c;
-    else if (hp < 5) r = x, b = c;
-    else r = c, b = x;
+    if (hp < 1)
+        r = c, g = x;
+    else if (hp < 2)
+        r = x, g = c;
+    else if (hp < 3)
+        g = c, b = x;
+    else if (hp < 4)
+        g = x, b = c;
+    else if (hp < 5)
+        r = x, b = c;
+    else
+        r = c, b = x;
     const double m = value - c;
     auto byte = [&](double v) { return static_cast<BYTE>(std::lround((v + m) * 255.0)); };
     return RGB(byte(r), byte(g), byte(b));
@@ -970,7 +1013,8 @@ struct Painter {
                 const tag_ENTELLIPSE& el = e.Ellipse;
                 double t0 = el.StartParam, t1 = el.EndParam;
                 if (!(t1 > t0)) t1 += 2 * kPi;
-                if (!std::isfinite(t0) || !std::isfinite(t1) || t1 - t0 > 2 * kPi + 1e-9) t0 = 0, t1 = 2 * kPi;
+                if (!std::isfinite(t0) || !std::isfinite(t1) || t1 - t0 > 2 * kPi + 1e-9)
+                    t0 = 0, t1 = 2 * kPi;
                 const double mx = el.MajorAxisEndPoint.x, my = el.MajorAxisEndPoint.y;
                 const double ratio = el.MinorToMajorRatio;
                 ZEVPaintPoint pts[65];
@@ -986,11 +1030,12 @@ struct Painter {
             case ENT_TEXT:
             case ENT_DIMENSION: {
                 const bool text = h.EntityType == ENT_TEXT;
-                const tag_REALPOINT at = text ? (e.Text.Justification ? e.Text.SecondAlignmentPoint
-                                                                       : e.Text.Point0)
-                                              : e.Dimension.DimLinePoint;
+                const tag_REALPOINT at =
+                    text ? (e.Text.Justification ? e.Text.SecondAlignmentPoint : e.Text.Point0)
+                         : e.Dimension.DimLinePoint;
                 const double height = text ? e.Text.Height : 1.0;
-                const double angle = (text ? e.Text.RotationAngle : e.Dimension.DimLineAngle) * kPi / 180;
+                const double angle =
+                    (text ? e.Text.RotationAngle : e.Dimension.DimLineAngle) * kPi / 180;
                 const ZEVPaintPoint a = device(p, at.x, at.y);
                 out.Text(dc, a.x, a.y, height * k * std::fabs(p.ys), angle + std::atan2(p.s, p.c),
                          text ? e.Text.strText : e.Dimension.strText, color);
@@ -1011,9 +1056,10 @@ struct Painter {
             case ENT_POLYLINE: {
                 std::vector<ZEVPaintPoint> pts;
                 for (DWORD i = 0; i < e.PolyLine.nVertex; ++i)
-                    pts.push_back(device(p, e.PolyLine.pVertex[i].Point.x, e.PolyLine.pVertex[i].Point.y));
-                out.Polyline(dc, pts.data(), static_cast<int>(pts.size()), (e.PolyLine.Flag & 1) != 0,
-                             color);
+                    pts.push_back(
+                        device(p, e.PolyLine.pVertex[i].Point.x, e.PolyLine.pVertex[i].Point.y));
+                out.Polyline(dc, pts.data(), static_cast<int>(pts.size()),
+                             (e.PolyLine.Flag & 1) != 0, color);
                 break;
             }
             case ENT_INSERT: {
@@ -1025,8 +1071,10 @@ struct Painter {
                 inner.xs = in.XScale != 0.0 ? in.XScale : 1.0;
                 inner.ys = in.YScale != 0.0 ? in.YScale : 1.0;
                 inner.c = std::cos(r), inner.s = std::sin(r);
-                inner.ox = in.Point0.x - (inner.c * inner.xs * b->BasePoint.x - inner.s * inner.ys * b->BasePoint.y);
-                inner.oy = in.Point0.y - (inner.s * inner.xs * b->BasePoint.x + inner.c * inner.ys * b->BasePoint.y);
+                inner.ox = in.Point0.x - (inner.c * inner.xs * b->BasePoint.x -
+                                          inner.s * inner.ys * b->BasePoint.y);
+                inner.oy = in.Point0.y - (inner.s * inner.xs * b->BasePoint.x +
+                                          inner.c * inner.ys * b->BasePoint.y);
                 // Compose: the block's placement inside the outer one.
                 Placement both;
                 both.c = p.c * inner.c - p.s * inner.s;
@@ -1037,7 +1085,8 @@ struct Painter {
                 list(both, b->Entities, depth + 1);
                 break;
             }
-            default: break;
+            default:
+                break;
         }
     }
 
@@ -1247,8 +1296,8 @@ unsigned long CDrawing::PolyLine(const tag_ENTVERTEX* vertices, int count, unsig
     return make(ENT_POLYLINE, &p);
 }
 
-unsigned long CDrawing::DimLinear(double x1, double y1, double x2, double y2, double x3,
-                                  double y3, double angle, const char* text) {
+unsigned long CDrawing::DimLinear(double x1, double y1, double x2, double y2, double x3, double y3,
+                                  double angle, const char* text) {
     if (!text) return 0;
     auto* dim = new tag_ENTDIMENSION{};
     dim->DefPoint1 = {x1, y1, 0};

@@ -210,8 +210,7 @@ ZEVCORE_API double drwGetWidthScale(HDRAWING hDrawing);
 
 /// Adds a copy of `record` (a tag_LAYER, tag_LTYPE, tag_STYLE or tag_DIMSTYLE by the table
 /// type) with a new object number, which is the answer.
-ZEVCORE_API unsigned long drwAddTableType(HDRAWING hDrawing, unsigned long tableType,
-                                          void* record);
+ZEVCORE_API unsigned long drwAddTableType(HDRAWING hDrawing, unsigned long tableType, void* record);
 ZEVCORE_API unsigned long drwAddTableType_Direct(tag_DRAWING* drawing, unsigned long tableType,
                                                  void* record);
 /// Finds a record by the flags (FIND_...); type 0 walks all tables in the order of their
@@ -281,7 +280,9 @@ public:
     bool isOpen() const { return m_hDrawing != nullptr; }
     HDRAWING Handle() const { return m_hDrawing; }
 
-    unsigned long AddLayer(tag_LAYER* layer) { return drwAddTableType(m_hDrawing, TAB_LAYER, layer); }
+    unsigned long AddLayer(tag_LAYER* layer) {
+        return drwAddTableType(m_hDrawing, TAB_LAYER, layer);
+    }
     unsigned long AddLinetype(tag_LTYPE* lineType) {
         return drwAddTableType(m_hDrawing, TAB_LTYPE, lineType);
     }
@@ -369,12 +370,12 @@ public:
     unsigned long Circle(double cx, double cy, double radius);
     unsigned long Arc(double cx, double cy, double radius, double startAngle, double endAngle);
     unsigned long Text(const char* text, double x, double y, double height);
-    unsigned long Text(const char* text, double x1, double y1, double x2, double y2,
-                       double height, double rotation, DWORD justification, double widthFactor);
-    unsigned long Solid(const tag_REALPOINT& p0, const tag_REALPOINT& p1,
-                        const tag_REALPOINT& p2, const tag_REALPOINT& p3);
-    unsigned long Face3D(const tag_REALPOINT& p0, const tag_REALPOINT& p1,
-                         const tag_REALPOINT& p2, const tag_REALPOINT& p3);
+    unsigned long Text(const char* text, double x1, double y1, double x2, double y2, double height,
+                       double rotation, DWORD justification, double widthFactor);
+    unsigned long Solid(const tag_REALPOINT& p0, const tag_REALPOINT& p1, const tag_REALPOINT& p2,
+                        const tag_REALPOINT& p3);
+    unsigned long Face3D(const tag_REALPOINT& p0, const tag_REALPOINT& p1, const tag_REALPOINT& p2,
+                         const tag_REALPOINT& p3);
     unsigned long InsertBlock(const char* blockName, double x, double y, double xScale = 1.0,
                               double yScale = 1.0, double rotation = 0.0);
     unsigned long PolyLine(const tag_ENTVERTEX* vertices, int count, unsigned flags = 0);
