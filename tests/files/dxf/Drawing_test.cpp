@@ -391,6 +391,49 @@ TEST_F(DrawingTest, PaintsIntoTheViewThroughThePainter) {
     EXPECT_EQ(calls[4].values, (std::vector<double>{0, 0, 0, 0}));
 }
 
+class CountingPainter : public IZEVPainter {
+public:
+    long calls = 0;
+    void FillRect(HDC, int, int, int, int, COLORREF) override { ++calls; }
+    void SetClip(HDC, int, int, int, int) override { ++calls; }
+    void Line(HDC, double, double, double, double, COLORREF) override { ++calls; }
+    void Polyline(HDC, const ZEVPaintPoint*, int, bool, COLORREF) override { ++calls; }
+    void Arc(HDC, double, double, double, double, double, COLORREF) override { ++calls; }
+    void Text(HDC, double, double, double, double, const char*, COLORREF) override { ++calls; }
+};
+
+// Blocks inserting themselves, or each the next ten times over, would paint for ever or
+// for hours; a paint stops at a block already open and at a million entities.
+TEST_F(DrawingTest, NestedInsertsPaintWithinABudget) {
+    tag_BLOCKHEADER b{};
+    std::strcpy(b.Name, "Self");
+    dwg.AddBlock(&b);
+    dwg.SetActiveBlock("Self");
+    dwg.Line(0, 0, 1, 1);
+    EXPECT_NE(dwg.InsertBlock("Self", 1, 1), 0u);
+    for (int level = 7; level >= 0; --level) {
+        std::strcpy(b.Name, ("Level" + std::to_string(level)).c_str());
+        dwg.AddBlock(&b);
+        dwg.SetActiveBlock(b.Name);
+        dwg.Line(0, 0, 1, 0);
+        for (int i = 0; i < 10 && level < 7; ++i)
+            dwg.InsertBlock(("Level" + std::to_string(level + 1)).c_str(), i, 0);
+    }
+    dwg.SetActiveBlock(nullptr);
+    dwg.InsertBlock("Self", 0, 0);
+    CountingPainter painter;
+    IZEVPainter* before = ZEVInstallPainter(&painter);
+    dwg.InitView(0, 0, 100, 100);
+    dwg.Paint(nullptr);
+    const long selfOnly = painter.calls;
+    dwg.InsertBlock("Level0", 0, 0);
+    dwg.Paint(nullptr);
+    ZEVInstallPainter(before);
+    EXPECT_EQ(selfOnly, 2 + 1 + 1);  // fill, clip, the line once, unclip
+    EXPECT_LE(painter.calls - selfOnly, 1000000 + 10);
+    EXPECT_GT(painter.calls - selfOnly, 500000);
+}
+
 TEST(Drawing, NullAndDestroyedHandlesAnswerZero) {
     EXPECT_EQ(drwDestroy(nullptr), 0);
     EXPECT_EQ(drwGetBlocksNum(nullptr), 0);

@@ -1,5 +1,6 @@
 #include "zevcore/files/dxf/Drawing.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -957,11 +958,17 @@ struct Placement {
     double apply_y(double x, double y) const { return oy + s * xs * x + c * ys * y; }
 };
 
+// Inserted blocks may nest (up to 8 deep, never through a block already being painted) and
+// may be inserted many times; the budget bounds the work a drawing can ask of one paint.
+constexpr long kPaintBudget = 1000000;
+
 struct Painter {
     tag_DRAWING* d;
     HDC dc;
     IZEVPainter& out;
     double k;  // device units per drawing unit
+    mutable long budget = kPaintBudget;
+    mutable std::vector<DWORD> open;  // the blocks being painted, outermost first
 
     ZEVPaintPoint device(const Placement& p, double x, double y) const {
         const tag_VIEW& v = d->View;
@@ -1065,7 +1072,9 @@ struct Painter {
             case ENT_INSERT: {
                 const tag_ENTINSERT& in = e.Insert;
                 const tag_BLOCKHEADER* b = blockByHandle(d, in.BlockHeaderObjhandle);
-                if (!b || depth >= 8) break;
+                if (!b || depth >= 8 ||
+                    std::find(open.begin(), open.end(), b->Objhandle) != open.end())
+                    break;
                 Placement inner;
                 const double r = in.RotationAngle * kPi / 180;
                 inner.xs = in.XScale != 0.0 ? in.XScale : 1.0;
@@ -1082,7 +1091,9 @@ struct Painter {
                 both.xs = p.xs * inner.xs, both.ys = p.ys * inner.ys;
                 both.ox = p.apply_x(inner.ox, inner.oy);
                 both.oy = p.apply_y(inner.ox, inner.oy);
+                open.push_back(b->Objhandle);
                 list(both, b->Entities, depth + 1);
+                open.pop_back();
                 break;
             }
             default:
@@ -1091,7 +1102,7 @@ struct Painter {
     }
 
     void list(const Placement& p, const ENTITIES_DATA& l, int depth) const {
-        for (DWORD pos = 0; l.hMemory && pos < l.FreePos;) {
+        for (DWORD pos = 0; l.hMemory && pos < l.FreePos && budget > 0; --budget) {
             tag_ENTITYHEADER h;
             DRWENTITYDATA e;
             std::memcpy(&h, l.hMemory + pos, kHeaderSize);
@@ -1110,7 +1121,7 @@ int drwPaint(HDRAWING h, HDC dc) {
     IZEVPainter& out = ZEVPainter();
     out.FillRect(dc, v.WindowLeft, v.WindowTop, v.WindowRight, v.WindowBottom, RGB(255, 255, 255));
     out.SetClip(dc, v.WindowLeft, v.WindowTop, v.WindowRight, v.WindowBottom);
-    Painter painter{h, dc, out, v.ZoomLevel * v.PPU};
+    Painter painter{h, dc, out, v.ZoomLevel * v.PPU, kPaintBudget, {}};
     painter.list(Placement{}, h->Entities, 0);
     out.SetClip(dc, 0, 0, 0, 0);
     return 1;
