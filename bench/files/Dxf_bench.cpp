@@ -19,7 +19,10 @@ namespace {
 constexpr int kLines = 1000000;
 
 std::string scratch(const char* name) {
-    return "/tmp/zev-bench-" + std::to_string(static_cast<long>(getpid())) + "-" + name;
+    std::string path = "/tmp/zev-bench-";
+    path += std::to_string(static_cast<long>(getpid()));
+    path += "-";
+    return path + name;
 }
 
 // Coordinates with every digit of "%f" in use, different for every line.

@@ -59,7 +59,8 @@ std::vector<std::vector<Point>> chain(const std::vector<Segment>& segments, doub
     links.resize(nodes.size());
     for (size_t i = 0; i < nodes.size(); ++i)
         if (links[i].size() == 1)
-            throw InputError(0, "the chain of lines is open at " + pointText(nodes[i]));
+            throw InputError(0,
+                             std::string("the chain of lines is open at ") + pointText(nodes[i]));
         else if (links[i].size() > 2)
             throw InputError(0, std::to_string(links[i].size()) + " lines meet at " +
                                     pointText(nodes[i]) + " (a closed chain has two at a point)");
@@ -145,11 +146,11 @@ Region readDxfRegion(const std::string& path) {
                 ++depth[i];
     const auto outers = std::count(depth.begin(), depth.end(), 0);
     if (outers != 1)
-        throw InputError(0, "the drawing holds " + std::to_string(outers) +
+        throw InputError(0, std::string("the drawing holds ") + std::to_string(outers) +
                                 " loops that lie in no other (give one region)");
     for (size_t i = 0; i < loops.size(); ++i)
         if (depth[i] > 1)
-            throw InputError(0, "the loop at " + pointText(loops[i][0]) +
+            throw InputError(0, std::string("the loop at ") + pointText(loops[i][0]) +
                                     " lies inside a hole (islands are not meshed)");
 
     // Through the boundary file's reader, so both inputs are checked alike.

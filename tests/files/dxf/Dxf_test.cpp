@@ -488,8 +488,11 @@ TEST(DxfReader, LinesAcrossTheBufferAndLongerThanTheValueBuffer) {
     std::string text = "0\nSECTION\n2\nENTITIES\n";
     const std::string longName(10000, 'n');
     for (int i = 0; i < 3000; ++i) {
-        text += "0\nLINE\n8\n" + (i == 1500 ? longName : std::string("0")) + "\n10\n";
-        text += std::to_string(i) + ".5\n21\n7\n";
+        text += "0\nLINE\n8\n";
+        text += i == 1500 ? longName : std::string("0");
+        text += "\n10\n";
+        text += std::to_string(i);
+        text += ".5\n21\n7\n";
     }
     text += "0\nENDSEC\n0\nEOF\n";
     writeFile(path, text);
