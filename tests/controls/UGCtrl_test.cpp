@@ -12,15 +12,16 @@ class Recorder : public CUGCtrl {
 public:
     int OnEditStart(int col, int, CEdit**) override { return col != 0; }
     int OnEditFinish(int col, int row, CEdit*, const char* text, int cancelled) override {
-        events.push_back("finish " + std::to_string(col) + "," + std::to_string(row) + " " +
-                         text + (cancelled ? " cancelled" : ""));
+        events.push_back("finish " + std::to_string(col) + "," + std::to_string(row) + " " + text +
+                         (cancelled ? " cancelled" : ""));
         return std::string(text) != "bad";
     }
     void OnRowChange(int oldRow, int newRow) override {
         events.push_back("row " + std::to_string(oldRow) + ">" + std::to_string(newRow));
     }
     void OnLClicked(int col, int row, int updn, RECT*, POINT*, int) override {
-        events.push_back((updn ? "down " : "up ") + std::to_string(col) + "," + std::to_string(row));
+        events.push_back((updn ? "down " : "up ") + std::to_string(col) + "," +
+                         std::to_string(row));
     }
     std::vector<std::string> events;
 };
@@ -99,9 +100,10 @@ TEST(UGCtrl, EditsAndClicksRaiseTheirEvents) {
     grid.Click(1, 2);
     grid.Click(1, 2);
     EXPECT_FALSE(grid.GotoRow(3));
-    const std::vector<std::string> expected = {"finish 1,1 bad", "finish 1,1 good", "finish 1,2 4 cancelled",
-                                               "row -1>2",       "down 1,2",        "up 1,2",
-                                               "down 1,2",       "up 1,2"};
+    const std::vector<std::string> expected = {
+        "finish 1,1 bad", "finish 1,1 good", "finish 1,2 4 cancelled",
+        "row -1>2",       "down 1,2",        "up 1,2",
+        "down 1,2",       "up 1,2"};
     EXPECT_EQ(grid.events, expected);
 }
 

@@ -208,7 +208,7 @@ TEST_F(DrawingTest, EntitiesArePackedEndToEndAndWalkedByPosition) {
     EXPECT_EQ(seen[1].previous, 0u);
     EXPECT_EQ(seen[1].next, 128u + 112);
     EXPECT_EQ(seen[2].previous, 128u);
-    EXPECT_EQ(seen[2].next, 240u + 80 + sizeof(tag_ENTPOLYLINE));
+    EXPECT_EQ(seen[2].next, 240u + 80 + 12);  // vertices by number, not by pointer
     EXPECT_EQ(seen[3].type, ENT_TEXT);
     EXPECT_EQ(seen[3].paper, 1);
     EXPECT_EQ(seen[2].paper, 0);
@@ -217,6 +217,10 @@ TEST_F(DrawingTest, EntitiesArePackedEndToEndAndWalkedByPosition) {
     EXPECT_EQ(drwFindEntity(h, nullptr, &eh, &ed, FIND_NEXT), 0u);
     EXPECT_EQ(drwFindEntity(h, "NoBlock", &eh, &ed, FIND_FIRST), 0u);
     EXPECT_EQ(drwFindEntity(h, nullptr, nullptr, &ed, FIND_FIRST), 0u);
+
+    EXPECT_EQ(drwEntityDataSize(ENT_POLYLINE), 12u);
+    EXPECT_EQ(drwEntityDataSize(ENT_TEXT), 1112u);
+    EXPECT_EQ(drwEntityDataSize(ENT_DIMENSION), 2144u);
 
     // The list grows by 64 KiB steps past its first 64 KiB.
     for (int i = 0; i < 2000; ++i) ASSERT_NE(dwg.Line(i, 0, i, 1), 0u);
@@ -333,6 +337,7 @@ TEST_F(DrawingTest, SavesAndLoadsThroughTheFileLayer) {
     drwFindEntity(back.Handle(), nullptr, &eh, &ed, FIND_NEXT);
     ASSERT_EQ(eh.EntityType, ENT_POLYLINE);
     EXPECT_EQ(ed.PolyLine.nVertex, 3u);
+    EXPECT_EQ(ed.PolyLine.Flag, 1u);
     EXPECT_EQ(ed.PolyLine.pVertex[2].Point.y, 3.0);
 
     // A block made from a file takes the file's entities.

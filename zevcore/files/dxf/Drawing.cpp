@@ -34,15 +34,64 @@ bool allocList(ENTITIES_DATA& list, DWORD size) {
     return true;
 }
 
+// A polyline as a list holds it: its vertices stay with the drawing, by number.
+struct StoredPolyline {
+    DWORD VertexArray;  // from 1; 0 for none
+    DWORD nVertex;
+    DWORD Flag;
+};
+static_assert(sizeof(StoredPolyline) == 12);
+
+tag_ENTVERTEX* vertexArray(const tag_DRAWING* d, DWORD number) {
+    return number >= 1 && number <= d->VertexArrayCount ? d->VertexArrays[number - 1] : nullptr;
+}
+
+// Copies a caller's vertices into the drawing; false when out of memory.
+bool storePolyline(tag_DRAWING* d, const tag_ENTPOLYLINE& p, StoredPolyline& stored) {
+    stored = {0, p.nVertex, p.Flag};
+    if (p.nVertex == 0) return true;
+    if (d->VertexArrayCount == d->VertexArrayCapacity) {
+        const DWORD grown = d->VertexArrayCapacity ? d->VertexArrayCapacity * 2 : 64;
+        void* more = std::realloc(d->VertexArrays, grown * sizeof(tag_ENTVERTEX*));
+        if (!more) return false;
+        d->VertexArrays = static_cast<tag_ENTVERTEX**>(more);
+        d->VertexArrayCapacity = grown;
+    }
+    auto* copy = static_cast<tag_ENTVERTEX*>(std::malloc(p.nVertex * sizeof(tag_ENTVERTEX)));
+    if (!copy) return false;
+    std::memcpy(copy, p.pVertex, p.nVertex * sizeof(tag_ENTVERTEX));
+    d->VertexArrays[d->VertexArrayCount++] = copy;
+    stored.VertexArray = d->VertexArrayCount;
+    return true;
+}
+
+// Copies the record at `pos` out: its header, and its data in the caller's form.
+void readRecord(const tag_DRAWING* d, const ENTITIES_DATA& list, DWORD pos, tag_ENTITYHEADER& h,
+                void* data) {
+    std::memcpy(&h, list.hMemory + pos, kHeaderSize);
+    const DWORD size = h.NextEntityPos - pos - kHeaderSize;
+    if (h.EntityType == ENT_POLYLINE && size == sizeof(StoredPolyline)) {
+        StoredPolyline s;
+        std::memcpy(&s, list.hMemory + pos + kHeaderSize, sizeof s);
+        const tag_ENTPOLYLINE p{vertexArray(d, s.VertexArray), s.nVertex, s.Flag};
+        std::memcpy(data, &p, sizeof p);
+        return;
+    }
+    std::memcpy(data, list.hMemory + pos + kHeaderSize, size);
+}
+
 // Frees a list and the vertices of its polylines.
-void freeList(ENTITIES_DATA& list) {
+void freeList(tag_DRAWING* d, ENTITIES_DATA& list) {
     for (DWORD pos = 0; list.hMemory && pos < list.FreePos;) {
         tag_ENTITYHEADER h;
         std::memcpy(&h, list.hMemory + pos, kHeaderSize);
         if (h.EntityType == ENT_POLYLINE) {
-            tag_ENTPOLYLINE p;
-            std::memcpy(&p, list.hMemory + pos + kHeaderSize, sizeof p);
-            std::free(p.pVertex);
+            StoredPolyline s;
+            std::memcpy(&s, list.hMemory + pos + kHeaderSize, sizeof s);
+            if (s.VertexArray >= 1 && s.VertexArray <= d->VertexArrayCount) {
+                std::free(d->VertexArrays[s.VertexArray - 1]);
+                d->VertexArrays[s.VertexArray - 1] = nullptr;
+            }
         }
         if (h.NextEntityPos <= pos) break;
         pos = h.NextEntityPos;
@@ -195,7 +244,7 @@ DWORD drwEntityDataSize(unsigned type) {
         case ENT_INSERT:
             return sizeof(tag_ENTINSERT);
         case ENT_POLYLINE:
-            return sizeof(tag_ENTPOLYLINE);
+            return sizeof(StoredPolyline);
         case ENT_DIMENSION:
             return sizeof(tag_ENTDIMENSION);
         case ENT_FACE3D:
@@ -230,9 +279,11 @@ int UnInitilizePDRAWING(HDRAWING) {
 int drwDestroy(HDRAWING h) {
     if (!live(h)) return 0;
     h->Initialized = 0;
-    freeList(h->Entities);
+    freeList(h, h->Entities);
     // Every slot, since a deleted block's slot can hide the block after it.
-    for (tag_BLOCKHEADER& b : h->Blocks) freeList(b.Entities);
+    for (tag_BLOCKHEADER& b : h->Blocks) freeList(h, b.Entities);
+    for (DWORD i = 0; i < h->VertexArrayCount; ++i) std::free(h->VertexArrays[i]);
+    std::free(h->VertexArrays);
     std::free(h);
     return 1;
 }
@@ -350,7 +401,7 @@ unsigned long drwAddBlock(HDRAWING h, tag_BLOCKHEADER* b) {
     if (blockByName(h, name)) return 0;
     tag_BLOCKHEADER& slot = h->Blocks[h->BlockCount];
     ENTITIES_DATA list = slot.Entities;  // a block hidden by a deletion before
-    freeList(list);
+    freeList(h, list);
     slot = *b;
     copyName(slot.Name, name);
     slot.Entities = {};
@@ -395,7 +446,7 @@ int drwDeleteBlock(HDRAWING h, unsigned long objhandle) {
     if (!live(h)) return 0;
     tag_BLOCKHEADER* b = blockByHandle(h, static_cast<DWORD>(objhandle));
     if (!b) return 0;
-    freeList(b->Entities);
+    freeList(h, b->Entities);
     --h->BlockCount;
     if (h->BlockCursor > h->BlockCount) h->BlockCursor = h->BlockCount;
     return 1;
@@ -429,19 +480,14 @@ unsigned long drwAddEntity_Direct(tag_DRAWING* d, unsigned long blockObjhandle,
     }
 
     unsigned char body[sizeof(DRWENTITYDATA)];
-    std::memcpy(body, data, size);
     if (header->EntityType == ENT_POLYLINE) {
         tag_ENTPOLYLINE p;
-        std::memcpy(&p, body, sizeof p);
-        if (p.nVertex > 0 && !p.pVertex) return 0;
-        tag_ENTVERTEX* copy = nullptr;
-        if (p.nVertex > 0) {
-            copy = static_cast<tag_ENTVERTEX*>(std::malloc(p.nVertex * sizeof(tag_ENTVERTEX)));
-            if (!copy) return 0;
-            std::memcpy(copy, p.pVertex, p.nVertex * sizeof(tag_ENTVERTEX));
-        }
-        p.pVertex = copy;
-        std::memcpy(body, &p, sizeof p);
+        std::memcpy(&p, data, sizeof p);
+        StoredPolyline stored;
+        if ((p.nVertex > 0 && !p.pVertex) || !storePolyline(d, p, stored)) return 0;
+        std::memcpy(body, &stored, sizeof stored);
+    } else {
+        std::memcpy(body, data, size);
     }
     if (header->EntityType == ENT_TEXT) reinterpret_cast<tag_ENTTEXT*>(body)->strText[1023] = '\0';
     if (header->EntityType == ENT_DIMENSION)
@@ -490,8 +536,7 @@ unsigned long drwFindEntity_Direct(tag_DRAWING* d, const char* blockName, tag_EN
     } else {
         return 0;
     }
-    std::memcpy(header, list->hMemory + pos, kHeaderSize);
-    std::memcpy(data, list->hMemory + pos + kHeaderSize, header->NextEntityPos - pos - kHeaderSize);
+    readRecord(d, *list, pos, *header, data);
     list->CurrentEntityPos =
         (flags & FIND_LAST) && !(flags & FIND_FIRST) ? list->FreePos : header->NextEntityPos;
     return header->Objhandle;
@@ -508,7 +553,8 @@ unsigned long drwFindEntity(HDRAWING h, const char* blockName, tag_ENTITYHEADER*
 
 namespace {
 
-bool listIsValid(const ENTITIES_DATA& list, std::set<DWORD>& handles, DWORD last) {
+bool listIsValid(const tag_DRAWING* d, const ENTITIES_DATA& list, std::set<DWORD>& handles,
+                 DWORD last) {
     if (!list.hMemory) return list.FreePos == 0 && list.EntitiesNumber == 0;
     if (list.FreePos >= list.TotalSize && list.FreePos != 0) return false;
     DWORD pos = 0, count = 0, previousPos = 0;
@@ -521,6 +567,11 @@ bool listIsValid(const ENTITIES_DATA& list, std::set<DWORD>& handles, DWORD last
         if (h.Objhandle == 0 || h.Objhandle > last || !handles.insert(h.Objhandle).second)
             return false;
         if (count > 0 && h.PreviousEntityPos != previousPos) return false;
+        if (h.EntityType == ENT_POLYLINE) {
+            StoredPolyline s;
+            std::memcpy(&s, list.hMemory + pos + kHeaderSize, sizeof s);
+            if (s.nVertex > 0 && !vertexArray(d, s.VertexArray)) return false;
+        }
         previousPos = pos;
         pos = h.NextEntityPos;
         ++count;
@@ -551,9 +602,9 @@ bool drwIsValid(HDRAWING h) {
         if (b.Objhandle == 0 || b.Objhandle > h->LastObjhandle ||
             !handles.insert(b.Objhandle).second)
             return false;
-        if (!listIsValid(b.Entities, handles, h->LastObjhandle)) return false;
+        if (!listIsValid(h, b.Entities, handles, h->LastObjhandle)) return false;
     }
-    return h->Entities.hMemory && listIsValid(h->Entities, handles, h->LastObjhandle);
+    return h->Entities.hMemory && listIsValid(h, h->Entities, handles, h->LastObjhandle);
 }
 
 // ---------------------------------------------------------------------------------------
@@ -636,8 +687,7 @@ int writeList(tag_DRAWING* d, HDXF f, const ENTITIES_DATA& list, DWORD& done, DW
     for (DWORD pos = 0; list.hMemory && pos < list.FreePos;) {
         tag_ENTITYHEADER h;
         DRWENTITYDATA e;
-        std::memcpy(&h, list.hMemory + pos, kHeaderSize);
-        std::memcpy(&e, list.hMemory + pos + kHeaderSize, h.NextEntityPos - pos - kHeaderSize);
+        readRecord(d, list, pos, h, &e);
         ok &= writeEntity(d, f, h, e);
         pos = h.NextEntityPos;
         ++done;
@@ -749,6 +799,9 @@ void addReadEntity(tag_DRAWING* d, unsigned long block, const tag_DXFENTITYHEADE
         case ENT_DIMENSION:
             e.Dimension = fe.Dimension.Dimension;
             e.Dimension.DimStyleObjhandle = handleOf(d, TAB_DIMSTYLE, fe.Dimension.DimStyleName);
+            break;
+        case ENT_POLYLINE:
+            e.PolyLine = fe.PolyLine;
             break;
         default:
             std::memcpy(&e, &fe, drwEntityDataSize(fh.EntityType));
@@ -1105,8 +1158,7 @@ struct Painter {
         for (DWORD pos = 0; l.hMemory && pos < l.FreePos && budget > 0; --budget) {
             tag_ENTITYHEADER h;
             DRWENTITYDATA e;
-            std::memcpy(&h, l.hMemory + pos, kHeaderSize);
-            std::memcpy(&e, l.hMemory + pos + kHeaderSize, h.NextEntityPos - pos - kHeaderSize);
+            readRecord(d, l, pos, h, &e);
             entity(p, h, e, depth);
             pos = h.NextEntityPos;
         }

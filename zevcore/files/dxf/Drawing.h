@@ -12,7 +12,7 @@
 // - in each list the records lie end to end from position 0 to FreePos, each one's
 //   NextEntityPos is the position after its data and its data size is that of its type;
 //   LastEntityPos is the last record's position and EntitiesNumber counts them;
-// - a polyline record's vertices belong to the drawing.
+// - a polyline record's vertex array exists and belongs to the drawing.
 //
 // Object numbers run from 16 (LastObjhandle starts at 15) and are shared by table records,
 // blocks and entities; a failed add uses none. Every function answers 0 (or null) for a
@@ -187,11 +187,17 @@ struct tag_DRAWING {
     double WidthScale;
     int Initialized;
     tag_VIEW View;
+    /// The polylines' vertices, which their 12-byte records name by number from 1.
+    tag_ENTVERTEX** VertexArrays;
+    DWORD VertexArrayCount;
+    DWORD VertexArrayCapacity;
 };
 
 using HDRAWING = tag_DRAWING*;
 
-/// The data size of an entity type's record, 0 for a type the database does not hold.
+/// The data size of an entity type's record in a list, 0 for a type the database does not
+/// hold. A polyline's record is 12 bytes (the number of its vertex array, the count, the
+/// flags); finds hand it out as a tag_ENTPOLYLINE with a pointer to the drawing's vertices.
 ZEVCORE_API DWORD drwEntityDataSize(unsigned type);
 
 /// A new, empty drawing; null when out of memory.
