@@ -105,6 +105,12 @@ int putStr(tag_DXF* d, int code, const char* value) {
     return putGroup(d, code, value, std::strlen(value));
 }
 
+// A name from a caller's fixed array, which need not end within it.
+template <std::size_t N>
+int putArray(tag_DXF* d, int code, const char (&value)[N]) {
+    return putGroup(d, code, value, strnlen(value, N));
+}
+
 void copyName(char* to, std::size_t capacity, const char* from) {
     std::size_t n = from ? std::strlen(from) : 0;
     if (n >= capacity) n = capacity - 1;
@@ -881,19 +887,20 @@ int dxfAddLayer(HDXF d, const char* name, int color, const char* lineType) {
 
 int dxfAddLinetype(HDXF d, const tag_DXFLTYPE* t) {
     if (!writing(d) || !t || d->CurrentTable != TAB_LTYPE) return 0;
-    int ok = putStr(d, 0, "LTYPE") & putStr(d, 2, t->Name) &
-             putInt(d, 70, static_cast<int>(t->StandardFlags)) & putStr(d, 3, t->DescriptiveText) &
-             putInt(d, 72, 65) & putInt(d, 73, static_cast<int>(t->ElementsNumber)) &
-             putReal(d, 40, t->TotalPatternLength);
-    DWORD n =
+    const DWORD n =
         t->ElementsNumber < DXF_MAX_LTYPE_ELEMENTS ? t->ElementsNumber : DXF_MAX_LTYPE_ELEMENTS;
+    int ok = putStr(d, 0, "LTYPE") & putArray(d, 2, t->Name) &
+             putInt(d, 70, static_cast<int>(t->StandardFlags)) &
+             putArray(d, 3, t->DescriptiveText) & putInt(d, 72, 65) &
+             putInt(d, 73, static_cast<int>(n)) & putReal(d, 40, t->TotalPatternLength);
     for (DWORD i = 0; i < n; ++i) ok &= putReal(d, 49, t->Elements[i]);
     return ok;
 }
 
 int dxfAddTextStyle(HDXF d, const tag_DXFSTYLE* s) {
     if (!writing(d) || !s || d->CurrentTable != TAB_STYLE) return 0;
-    return putStr(d, 0, "STYLE") & putStr(d, 2, s->Name) & putStr(d, 3, s->PrimaryFontFilename) &
+    return putStr(d, 0, "STYLE") & putArray(d, 2, s->Name) &
+           putArray(d, 3, s->PrimaryFontFilename) &
            putInt(d, 70, static_cast<int>(s->StandardFlags)) &
            putInt(d, 71, static_cast<int>(s->TextGenerationFlags)) &
            putReal(d, 40, s->FixedTextHeight) & putReal(d, 41, s->WidthFactor) &
