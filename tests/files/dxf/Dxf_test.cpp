@@ -201,6 +201,36 @@ TEST(DxfWriter, ScalesXByWidthAndYAndLengthsByHeight) {
               "0 ENDSEC\n0 EOF\n");
 }
 
+TEST(DxfWriter, WritesEllipsesSolidsFacesAndCirclesGroupByGroup) {
+    TempDir dir;
+    const std::string path = dir.file("e.dxf");
+    HDXF h = dxfCreateFile(path.c_str());
+    dxfSectionBegin(h, SEC_ENTITIES);
+    dxfSetScale(h, 2.0, 3.0);
+    EXPECT_EQ(dxfEllipse(h, 1, 1, 2, 0, 0.5, 0, 6.25), 1);
+    const tag_REALPOINT p[4] = {{0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
+    EXPECT_EQ(dxfSolid(h, 3, p), 1);  // the third corner again as the fourth
+    EXPECT_EQ(dxf3DFace(h, p), 1);
+    dxfSetScale(h, 1.0, 1.0);
+    dxfSetCurrentLinetype(h, "DOT");
+    EXPECT_EQ(dxfCircle(h, 1, 2, 3, 4), 1);
+    dxfSectionEnd(h);
+    dxfCloseFile(h);
+    EXPECT_EQ(groups(readFile(path)),
+              "0 SECTION\n2 ENTITIES\n"
+              "0 ELLIPSE\n8 0\n10 2.000000\n20 3.000000\n11 4.000000\n21 0.000000\n"
+              "40 0.500000\n41 0.000000\n42 6.250000\n"
+              "0 SOLID\n8 0\n10 0.000000\n20 0.000000\n30 1.000000\n11 2.000000\n21 0.000000\n"
+              "31 1.000000\n12 2.000000\n22 3.000000\n32 1.000000\n13 2.000000\n23 3.000000\n"
+              "33 1.000000\n"
+              "0 3DFACE\n8 0\n10 0.000000\n20 0.000000\n30 1.000000\n11 2.000000\n21 0.000000\n"
+              "31 1.000000\n12 2.000000\n22 3.000000\n32 1.000000\n13 0.000000\n23 3.000000\n"
+              "33 1.000000\n"
+              "0 CIRCLE\n8 0\n6 DOT\n10 1.000000\n20 2.000000\n30 4.000000\n40 3.000000\n"
+              "210 0.000000\n220 0.000000\n230 1.000000\n"
+              "0 ENDSEC\n0 EOF\n");
+}
+
 TEST(DxfWriter, RefusesWhatItsStateDoesNotAllow) {
     TempDir dir;
     const std::string path = dir.file("r.dxf");
@@ -296,6 +326,27 @@ TEST(DxfWriter, DrawsALinearDimensionOutByItsStyle) {
             EXPECT_NE(text.find("11\n3.400000\n21\n4.000000\n"), std::string::npos);
         }
     }
+}
+
+// The feet's POINTs go out before the scales are set to 1, so under a scale they are scaled
+// a second time; the lines drawn after them are not. Kept as it always was.
+TEST(DxfWriter, ADimensionsFeetAreScaledTwice) {
+    TempDir dir;
+    const std::string path = dir.file("d2.dxf");
+    HDXF h = dxfCreateFile(path.c_str());
+    tag_DXFDIMSTYLE s = dimStyle("ClosedFilled", 2);
+    dxfAddDimStyle(h, &s);
+    dxfSectionBegin(h, SEC_ENTITIES);
+    dxfSetScale(h, 2.0, 2.0);
+    EXPECT_EQ(dxfDimLinear(h, 0, 0, 10, 0, 5, 4, 0, "10"), 1);
+    EXPECT_EQ(dxfGetWidthScale(h), 2.0);  // put back
+    dxfSectionEnd(h);
+    dxfCloseFile(h);
+    const std::string text = readFile(path);
+    EXPECT_NE(text.find("0\nPOINT\n8\n0\n10\n40.000000\n20\n16.000000\n"), std::string::npos);
+    // The second extension line: from (20, 0.125) up to the foot at y 8 and 0.25 past it.
+    EXPECT_NE(text.find("10\n20.000000\n20\n0.125000\n30\n0.000000\n11\n20.000000\n21\n8.250000\n"),
+              std::string::npos);
 }
 
 TEST(DxfWriter, NumbersIgnoreTheProcessLocale) {
