@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -35,6 +36,55 @@ bool insideLoop(const Point& p, const std::vector<Point>& loop) {
             inside = !inside;
     }
     return inside;
+}
+
+constexpr double kPi = 3.14159265358979323846;
+// Arcs become chords of at most this angle.
+constexpr double kArcStep = kPi / 18;
+
+bool finite(std::initializer_list<double> values) {
+    for (double v : values)
+        if (!std::isfinite(v)) return false;
+    return true;
+}
+
+// The points of an arc turning `sweep` radians (counter-clockwise when positive) about
+// `centre` from `from`, `from` left out and the end included.
+void appendArc(std::vector<Point>& out, const Point& centre, const Point& from, double sweep) {
+    const int n = std::max(1, static_cast<int>(std::ceil(std::fabs(sweep) / kArcStep)));
+    const double dx = from.x - centre.x, dy = from.y - centre.y;
+    for (int k = 1; k <= n; ++k) {
+        const double a = sweep * k / n;
+        out.push_back({centre.x + dx * std::cos(a) - dy * std::sin(a),
+                       centre.y + dx * std::sin(a) + dy * std::cos(a)});
+    }
+}
+
+// A polyline's points with its bulges drawn out as arcs; a closed one's closing segment too
+// (its first point not repeated at the end).
+std::vector<Point> polylinePoints(const tag_ENTPOLYLINE& p, bool closed) {
+    std::vector<Point> out;
+    for (DWORD i = 0; i < p.nVertex; ++i) {
+        const tag_ENTVERTEX& v = p.pVertex[i];
+        if (i == 0) out.push_back({v.Point.x, v.Point.y});
+        if (i + 1 == p.nVertex && !closed) break;
+        const tag_ENTVERTEX& w = p.pVertex[(i + 1) % p.nVertex];
+        const Point a{v.Point.x, v.Point.y}, b{w.Point.x, w.Point.y};
+        const double theta = 4.0 * std::atan(v.Bulge);
+        const double chord = std::hypot(b.x - a.x, b.y - a.y);
+        if (std::fabs(v.Bulge) < 1e-12 || !(chord > 0.0) || !std::isfinite(theta)) {
+            out.push_back(b);
+        } else {
+            // The centre lies off the chord's middle, to the left for a counter-clockwise arc
+            // of less than half a turn.
+            const double offset = chord / (2.0 * std::tan(theta / 2.0));
+            const Point centre{(a.x + b.x) / 2 - (b.y - a.y) / chord * offset,
+                               (a.y + b.y) / 2 + (b.x - a.x) / chord * offset};
+            appendArc(out, centre, a, theta);
+        }
+    }
+    if (closed && out.size() > 1) out.pop_back();  // back at the first point
+    return out;
 }
 
 // Joins segments that share end points (within `tolerance`) into closed loops.
@@ -104,16 +154,36 @@ Region readDxfRegion(const std::string& path) {
             if (type == ENT_LINE) {
                 const tag_ENTLINE& l = data->Line;
                 segments.push_back({{l.Point0.x, l.Point0.y}, {l.Point1.x, l.Point1.y}});
+            } else if (type == ENT_CIRCLE) {
+                const tag_ENTCIRCLE& c = data->Circle;
+                if (finite({c.Point0.x, c.Point0.y, c.Radius}) && c.Radius > 0.0) {
+                    std::vector<Point> loop{{c.Point0.x + c.Radius, c.Point0.y}};
+                    appendArc(loop, {c.Point0.x, c.Point0.y}, loop[0], 2 * kPi);
+                    loop.pop_back();
+                    loops.push_back(loop);
+                }
+            } else if (type == ENT_ARC) {
+                const tag_ENTARC& a = data->Arc;
+                if (finite({a.Point0.x, a.Point0.y, a.Radius, a.StartAngle, a.EndAngle}) &&
+                    a.Radius > 0.0) {
+                    double sweep = std::fmod(a.EndAngle - a.StartAngle, 360.0);
+                    if (sweep <= 0.0) sweep += 360.0;
+                    const double start = a.StartAngle * kPi / 180;
+                    std::vector<Point> arc{{a.Point0.x + a.Radius * std::cos(start),
+                                            a.Point0.y + a.Radius * std::sin(start)}};
+                    appendArc(arc, {a.Point0.x, a.Point0.y}, arc[0], sweep * kPi / 180);
+                    for (size_t i = 1; i < arc.size(); ++i)
+                        segments.push_back({arc[i - 1], arc[i]});
+                }
             } else if (type == ENT_POINT) {
                 points.push_back({data->Point.Point0.x, data->Point.Point0.y});
             } else if (type == ENT_POLYLINE) {
-                const tag_ENTPOLYLINE& p = data->PolyLine;
-                std::vector<Point> vertices;
-                for (DWORD i = 0; i < p.nVertex; ++i)
-                    vertices.push_back({p.pVertex[i].Point.x, p.pVertex[i].Point.y});
-                if (vertices.size() > 1 && vertices.front().x == vertices.back().x &&
-                    vertices.front().y == vertices.back().y)
-                    vertices.pop_back();
+                tag_ENTPOLYLINE p = data->PolyLine;
+                // A closed polyline that also repeats its first point at the end.
+                if (p.nVertex > 1 && p.pVertex[0].Point.x == p.pVertex[p.nVertex - 1].Point.x &&
+                    p.pVertex[0].Point.y == p.pVertex[p.nVertex - 1].Point.y && (p.Flag & 1))
+                    --p.nVertex;
+                const std::vector<Point> vertices = polylinePoints(p, (p.Flag & 1) != 0);
                 if (p.Flag & 1) {
                     loops.push_back(vertices);
                 } else {
