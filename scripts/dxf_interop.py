@@ -8,7 +8,7 @@ python3-ezdxf); uses LibreCAD's dxf2pdf (Debian: librecad) when it is installed.
    error or fix, with the entity counts zevcore itself reports.
 2. LibreCAD must print each of them to a PDF that draws something.
 3. Drawings that ezdxf writes (R12, and R2000 for LWPOLYLINE and ELLIPSE) must read back in
-   zevcore with the same entities and numbers, and a region drawn by ezdxf must mesh.
+   zevcore with the same entities and numbers, and regions drawn by ezdxf (with lines, arcs, circles and bulges) must mesh.
 """
 
 import math
@@ -206,6 +206,28 @@ def main():
         out = zev("mesh", "-q", region)
         check("covered:           yes (elements 91 of region 91" in out,
               "zevcore meshes a region ezdxf drew (outer polyline, hole of lines)")
+        # And one of lines and arcs round a circle and a slot of two bulges (R2000).
+        doc4 = ezdxf.new("R2000")
+        m4 = doc4.modelspace()
+        r = 2
+        m4.add_line((r, 0), (20 - r, 0))
+        m4.add_arc((20 - r, r), r, 270, 360)
+        m4.add_line((20, r), (20, 10 - r))
+        m4.add_arc((20 - r, 10 - r), r, 0, 90)
+        m4.add_line((20 - r, 10), (r, 10))
+        m4.add_arc((r, 10 - r), r, 90, 180)
+        m4.add_line((0, 10 - r), (0, r))
+        m4.add_arc((r, r), r, 180, 270)
+        m4.add_circle((5, 5), 1.5)
+        m4.add_lwpolyline([(12, 3, 0, 0, 1), (16, 3, 0, 0, 1)], close=True)
+        rounded = os.path.join(work, "rounded.dxf")
+        doc4.saveas(rounded)
+        out = zev("mesh", "-q", "--method", "triangle", rounded)
+        area = 200 - (4 - math.pi) * r * r - math.pi * 1.5 ** 2 - math.pi * 2 ** 2
+        found = re.search(r"covered: +yes \(elements ([0-9.]+) of region ([0-9.]+)", out)
+        check(found is not None and abs(float(found.group(2)) - area) < 0.05 * area / 100 + 0.1,
+              f"zevcore meshes ezdxf's lines, arcs, circle and bulges (region "
+              f"{found.group(2) if found else '?'}, drawn {area:.3f})")
     finally:
         shutil.rmtree(work, ignore_errors=True)
     print(f"dxf-interop: {len(failures)} failure(s)")
