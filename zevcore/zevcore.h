@@ -15,6 +15,7 @@
 #include "zevcore/platform/Locale.h"
 #include "zevcore/platform/Module.h"
 #include "zevcore/platform/Object.h"
+#include "zevcore/platform/Painter.h"
 #include "zevcore/platform/ProgressView.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/platform/ShellFolders.h"
@@ -51,6 +52,9 @@
 #include "zevcore/files/StringEx.h"
 #include "zevcore/files/TextFile.h"
 #include "zevcore/files/Xml.h"
+#include "zevcore/files/dxf/Drawing.h"
+#include "zevcore/files/dxf/Dxf.h"
+#include "zevcore/files/dxf/DxfFileWrite.h"
 
 #include "zevcore/graphics/GraphicGrid.h"
 #include "zevcore/graphics/GridManager.h"

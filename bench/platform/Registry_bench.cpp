@@ -8,32 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "support/BenchStore.h"
 #include "zevcore/frame/Ini.h"
 #include "zevcore/platform/Registry.h"
 
 namespace {
 
-// A store of its own in the temporary folder for each benchmark, removed afterwards.
-class BenchStore {
-public:
-    BenchStore() : m_path(makePath()), m_store(m_path.c_str()) {
-        m_previous = ZEVInstallSettingsStore(&m_store);
-    }
-    ~BenchStore() {
-        ZEVInstallSettingsStore(m_previous);
-        for (const char* suffix : {"", "-wal", "-shm"}) unlink((m_path + suffix).c_str());
-    }
-
-private:
-    static std::string makePath() {
-        const char* tmp = std::getenv("TMPDIR");
-        return std::string(tmp && *tmp ? tmp : "/tmp") + "/zev-bench-" + std::to_string(getpid()) +
-               ".db";
-    }
-    std::string m_path;
-    CZEVFileSettingsStore m_store;
-    IZEVSettingsStore* m_previous = nullptr;
-};
+using zevbench::BenchStore;
 
 void BM_WriteIniInt(benchmark::State& state) {
     BenchStore store;

@@ -8,37 +8,14 @@
 #include <memory>
 #include <string>
 
+#include "support/BenchStore.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/settings/PreferenceItem.h"
 #include "zevcore/settings/PreferenceManager.h"
 
 namespace {
 
-class BenchStore {
-public:
-    BenchStore() : m_path(makePath()), m_store(m_path.c_str()) {
-        m_previous = ZEVInstallSettingsStore(&m_store);
-    }
-    ~BenchStore() {
-        ZEVInstallSettingsStore(m_previous);
-        for (const char* suffix : {"", "-wal", "-shm"}) unlink((m_path + suffix).c_str());
-    }
-    BenchStore(const BenchStore&) = delete;
-    BenchStore& operator=(const BenchStore&) = delete;
-
-private:
-    static std::string makePath() {
-        const char* tmp = std::getenv("TMPDIR");
-        std::string path = tmp && *tmp ? tmp : "/tmp";
-        path += "/zev-prefs-bench-";
-        path += std::to_string(getpid());
-        path += ".db";
-        return path;
-    }
-    std::string m_path;
-    CZEVFileSettingsStore m_store;
-    IZEVSettingsStore* m_previous = nullptr;
-};
+using zevbench::BenchStore;
 
 // 10 categories of 5 groups of 10 items, the kinds in turn.
 std::unique_ptr<CPreferenceManager> tree() {

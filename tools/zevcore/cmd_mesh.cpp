@@ -10,6 +10,7 @@
 #include "Args.h"
 #include "Command.h"
 #include "Output.h"
+#include "mesh_dxf.h"
 #include "mesh_io.h"
 #include "mesh_paver.h"
 #include "mesh_triangle.h"
@@ -32,7 +33,10 @@ const char* const kHelp =
     "                    its first point; the first block is the outer boundary, later ones\n"
     "                    holes (a hole headed \"solid\" is meshed through by the triangle\n"
     "                    mesher); blocks headed \"interior\" or \"boundary\" hold constraint\n"
-    "                    points (see docs/mesh.md)\n"
+    "                    points (see docs/mesh.md); or a DXF drawing (FILE.dxf): closed\n"
+    "                    polylines, circles and closed chains of lines and arcs as the\n"
+    "                    outer boundary and holes (found by which lies in which), points\n"
+    "                    as interior points\n"
     "\n"
     "Options:\n"
     "  --method NAME     the mesher: paver (quadrilaterals; the default) or triangle\n"
@@ -48,6 +52,9 @@ const char* const kHelp =
     "  --keep-partial    write the files even when the mesh failed\n"
     "  --svg FILE        write a picture of the mesh (- for standard output)\n"
     "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII (- for standard output)\n"
+    "  --dxf FILE        write the mesh as a DXF drawing: each element a closed polyline on\n"
+    "                    layer MESH, the boundary on layer BOUNDARY (- for standard output)\n"
+    "  --dxf-faces       in that drawing, each element a 3DFACE instead\n"
     "  -q, --quiet       no progress lines on stderr\n"
     "  -h, --help        show this help and exit\n"
     "\n"
@@ -65,7 +72,8 @@ struct Options {
     std::optional<double> size;
     int divisions = 0;
     int limit = 1;
-    std::string svg, msh;
+    std::string svg, msh, dxf;
+    bool dxfFaces = false;
     bool quiet = false;
     std::optional<double> maxArea;
     bool conforming = false;
@@ -158,6 +166,8 @@ Options readOptions(const std::vector<std::string>& args) {
                                           .whole("--limit", o.limit, 1, 9999)
                                           .text("--svg", o.svg)
                                           .text("--msh", o.msh)
+                                          .text("--dxf", o.dxf)
+                                          .flag("--dxf-faces", o.dxfFaces)
                                           .number("--max-area", o.maxArea, Bound::Positive)
                                           .flag("--conforming", o.conforming)
                                           .flag("--extended", o.extended)
@@ -172,13 +182,17 @@ Options readOptions(const std::vector<std::string>& args) {
     if (o.method != "triangle" && (o.maxArea || o.conforming))
         throw UsageError("--max-area and --conforming go with --method triangle");
     if (o.method != "paver" && o.extended) throw UsageError("--extended goes with the paver");
+    if (o.dxfFaces && o.dxf.empty()) throw UsageError("--dxf-faces goes with --dxf FILE");
     return o;
 }
 
 Region readRegion(const Options& o) {
     if (o.shape) return builtInShape(*o.shape);
     try {
-        return readBoundaryFile(o.input);
+        const std::string& in = o.input;
+        const bool drawing = in.size() > 4 && (in.compare(in.size() - 4, 4, ".dxf") == 0 ||
+                                               in.compare(in.size() - 4, 4, ".DXF") == 0);
+        return drawing ? readDxfRegion(in) : readBoundaryFile(in);
     } catch (const InputError& e) {
         std::string where = o.input + (e.line() > 0 ? ":" + std::to_string(e.line()) : "");
         throw UsageError(where + ": " + e.what());
@@ -234,6 +248,7 @@ int runMesh(const std::vector<std::string>& args) {
     PendingOutputs outputs;
     if (!o.svg.empty()) outputs.add(o.svg, svgText(region, result.mesh));
     if (!o.msh.empty()) outputs.add(o.msh, mshText(result.mesh));
+    if (!o.dxf.empty()) outputs.add(o.dxf, dxfMeshText(region, result.mesh, o.dxfFaces));
     if (failure.empty() || o.keepPartial) outputs.commit();
     if (!failure.empty()) throw std::runtime_error(failure);
     return kSuccess;

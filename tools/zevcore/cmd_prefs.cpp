@@ -11,6 +11,7 @@
 #include "Args.h"
 #include "Command.h"
 #include "Output.h"
+#include "StoreOption.h"
 #include "prefs_tree.h"
 #include "zevcore/platform/Archive.h"
 #include "zevcore/platform/Exception.h"
@@ -162,17 +163,7 @@ int run(const std::vector<std::string>& args) {
         throw UsageError("unknown action '" + action + "'");
     if (words.size() != wanted) throw UsageError("wrong number of arguments for '" + action + "'");
 
-    std::unique_ptr<CZEVFileSettingsStore> explicitStore;
-    if (!store.empty()) {
-        explicitStore = std::make_unique<CZEVFileSettingsStore>(store.c_str());
-        ZEVInstallSettingsStore(explicitStore.get());
-    }
-    struct Uninstall {
-        bool active;
-        ~Uninstall() {
-            if (active) ZEVInstallSettingsStore(nullptr);
-        }
-    } uninstall{explicitStore != nullptr};
+    const StoreOverride storeOverride(store);
 
     auto prefs = makeStudioPreferences(app.c_str());
     if (!prefs->ReadPreferencesFromRegistry()) throw std::runtime_error("the store cannot be read");

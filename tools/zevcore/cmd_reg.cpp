@@ -16,6 +16,7 @@
 
 #include "Args.h"
 #include "Command.h"
+#include "StoreOption.h"
 #include "zevcore/platform/Registry.h"
 
 namespace {
@@ -312,17 +313,7 @@ int run(const std::vector<std::string>& args) {
     const std::string action = words[0];
     const size_t count = words.size() - 1;
 
-    std::unique_ptr<CZEVFileSettingsStore> explicitStore;
-    if (!store.empty()) {
-        explicitStore = std::make_unique<CZEVFileSettingsStore>(store.c_str());
-        ZEVInstallSettingsStore(explicitStore.get());
-    }
-    struct Uninstall {
-        bool active;
-        ~Uninstall() {
-            if (active) ZEVInstallSettingsStore(nullptr);
-        }
-    } uninstall{explicitStore != nullptr};
+    const StoreOverride storeOverride(store);
 
     if (action == "list" && count == 1) return list(words[1]);
     if (action == "get" && (count == 1 || count == 2))

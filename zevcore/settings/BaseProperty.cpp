@@ -41,6 +41,18 @@ bool leadingDouble(const char* text, double& value) {
     return true;
 }
 
+// A row whose value only a chooser changes: the [...] runs it, a typed text is ignored, and
+// nothing else can come from a correct grid.
+template <typename Run>
+const char* chooserNotice(int msg, long param, Run run) {
+    if (msg == CN_ELLIPSIS) {
+        run();
+        return nullptr;
+    }
+    if (msg == CN_EDIT_FINISH && param != 0) return nullptr;
+    return kProgrammerError;
+}
+
 }  // namespace
 
 CString ZEVShortPath(const CString& path) {
@@ -228,6 +240,14 @@ void CBaseProperty::setup_value(CPropertyGrid& grid, int row, const CString& tex
     value.SetCellType(cellType);
     setup_read_only(grid, value);
     grid.SetCell(grid.GetPropertyColumn(), row, &value);
+}
+
+void CBaseProperty::setup_chooser_value(CPropertyGrid& grid, int row) const {
+    setup_value(grid, row, m_text, grid.GetCellTypeIndex(UGCT_ELLIPSIS));
+    CUGCell cell;
+    grid.GetCell(grid.GetPropertyColumn(), row, &cell);
+    cell.SetReadOnly(true);
+    grid.SetCell(grid.GetPropertyColumn(), row, &cell);
 }
 
 // ---- CTextProperty -----------------------------------------------------------------------
@@ -794,12 +814,9 @@ void CFontProperty::set_data_help() {
 }
 
 const char* CFontProperty::change_notice(CPropertyGrid& grid, int, int, int msg, long param) {
-    if (msg == CN_ELLIPSIS) {
+    return chooserNotice(msg, param, [&] {
         if (choose_font()) m_gridFont = grid.AddFont(m_font);
-        return nullptr;
-    }
-    if (msg == CN_EDIT_FINISH && param != 0) return nullptr;
-    return kProgrammerError;
+    });
 }
 
 void CFontProperty::setup(CPropertyGrid& grid, int row) const {
@@ -874,12 +891,7 @@ void CColorProperty::set_data_help() {
 }
 
 const char* CColorProperty::change_notice(CPropertyGrid&, int, int, int msg, long param) {
-    if (msg == CN_ELLIPSIS) {
-        choose_color();
-        return nullptr;
-    }
-    if (msg == CN_EDIT_FINISH && param != 0) return nullptr;
-    return kProgrammerError;
+    return chooserNotice(msg, param, [&] { choose_color(); });
 }
 
 void CColorProperty::setup(CPropertyGrid& grid, int row) const {
@@ -930,21 +942,12 @@ void CFileProperty::set_data_help() {
 }
 
 const char* CFileProperty::change_notice(CPropertyGrid&, int, int, int msg, long param) {
-    if (msg == CN_ELLIPSIS) {
-        run_file_dialog();
-        return nullptr;
-    }
-    if (msg == CN_EDIT_FINISH && param != 0) return nullptr;
-    return kProgrammerError;
+    return chooserNotice(msg, param, [&] { run_file_dialog(); });
 }
 
 void CFileProperty::setup(CPropertyGrid& grid, int row) const {
     CBaseProperty::setup(grid, row);
-    setup_value(grid, row, m_text, grid.GetCellTypeIndex(UGCT_ELLIPSIS));
-    CUGCell cell;
-    grid.GetCell(grid.GetPropertyColumn(), row, &cell);
-    cell.SetReadOnly(true);
-    grid.SetCell(grid.GetPropertyColumn(), row, &cell);
+    setup_chooser_value(grid, row);
 }
 
 CFolderProperty::CFolderProperty(const CString& name, const CString& folderName,
@@ -976,19 +979,10 @@ void CFolderProperty::set_data_help() {
 }
 
 const char* CFolderProperty::change_notice(CPropertyGrid&, int, int, int msg, long param) {
-    if (msg == CN_ELLIPSIS) {
-        run_folder_dialog();
-        return nullptr;
-    }
-    if (msg == CN_EDIT_FINISH && param != 0) return nullptr;
-    return kProgrammerError;
+    return chooserNotice(msg, param, [&] { run_folder_dialog(); });
 }
 
 void CFolderProperty::setup(CPropertyGrid& grid, int row) const {
     CBaseProperty::setup(grid, row);
-    setup_value(grid, row, m_text, grid.GetCellTypeIndex(UGCT_ELLIPSIS));
-    CUGCell cell;
-    grid.GetCell(grid.GetPropertyColumn(), row, &cell);
-    cell.SetReadOnly(true);
-    grid.SetCell(grid.GetPropertyColumn(), row, &cell);
+    setup_chooser_value(grid, row);
 }

@@ -115,6 +115,8 @@ protected:
     static const char* answer(const CString& message);
     /// Fills the value cell with `text` (or "Varies"), read-only unless editable.
     void setup_value(CPropertyGrid& grid, int row, const CString& text, int cellType) const;
+    /// The value cell of a row that only a chooser changes: read-only, with the [...].
+    void setup_chooser_value(CPropertyGrid& grid, int row) const;
 
     CString m_name;
     CString m_text;

@@ -88,6 +88,27 @@ const unsigned char* CPreferenceItem::Keep(const void* bytes, std::size_t size) 
     return reinterpret_cast<const unsigned char*>(m_regData.data());
 }
 
+const unsigned char* CPreferenceItem::KeepDword(std::uint32_t value) const {
+    unsigned char bytes[4];
+    putLittle32(bytes, value);
+    return Keep(bytes, 4);
+}
+
+const unsigned char* CPreferenceItem::KeepDouble(double value) const {
+    unsigned char bytes[8];
+    putDouble(bytes, value);
+    return Keep(bytes, 8);
+}
+
+template <typename T>
+void CPreferenceItem::ReadDword(const unsigned char* data, DWORD size, T& value) {
+    if (data && size >= 4) value = static_cast<T>(getLittle32(data));
+}
+
+void CPreferenceItem::ReadDouble(const unsigned char* data, DWORD size, double& value) {
+    if (data && size >= 8) value = getDouble(data);
+}
+
 int CPreferenceItem::ReadVersion(CArchive& ar, const char* className, int newest,
                                  const char* noun) {
     int version = 0;
@@ -127,13 +148,11 @@ DWORD CBoolPreference::GetRegValueType() const {
 }
 
 const unsigned char* CBoolPreference::GetRegData() const {
-    unsigned char bytes[4];
-    putLittle32(bytes, static_cast<std::uint32_t>(m_value));
-    return Keep(bytes, 4);
+    return KeepDword(static_cast<std::uint32_t>(m_value));
 }
 
 void CBoolPreference::SetupValueFromRegData(unsigned char* data, DWORD size) {
-    if (data && size >= 4) m_value = static_cast<int>(getLittle32(data));
+    ReadDword(data, size, m_value);
 }
 
 void CBoolPreference::PutValueInPropGridItem() {
@@ -170,13 +189,11 @@ DWORD CColorPreference::GetRegValueType() const {
 }
 
 const unsigned char* CColorPreference::GetRegData() const {
-    unsigned char bytes[4];
-    putLittle32(bytes, m_color);
-    return Keep(bytes, 4);
+    return KeepDword(m_color);
 }
 
 void CColorPreference::SetupValueFromRegData(unsigned char* data, DWORD size) {
-    if (data && size >= 4) m_color = getLittle32(data);
+    ReadDword(data, size, m_color);
 }
 
 void CColorPreference::PutValueInPropGridItem() {
@@ -213,13 +230,11 @@ DWORD CDoublePreference::GetRegValueType() const {
 }
 
 const unsigned char* CDoublePreference::GetRegData() const {
-    unsigned char bytes[8];
-    putDouble(bytes, m_value);
-    return Keep(bytes, 8);
+    return KeepDouble(m_value);
 }
 
 void CDoublePreference::SetupValueFromRegData(unsigned char* data, DWORD size) {
-    if (data && size >= 8) m_value = getDouble(data);
+    ReadDouble(data, size, m_value);
 }
 
 void CDoublePreference::PutValueInPropGridItem() {
@@ -447,13 +462,11 @@ DWORD CIntPreference::GetRegValueType() const {
 }
 
 const unsigned char* CIntPreference::GetRegData() const {
-    unsigned char bytes[4];
-    putLittle32(bytes, static_cast<std::uint32_t>(m_value));
-    return Keep(bytes, 4);
+    return KeepDword(static_cast<std::uint32_t>(m_value));
 }
 
 void CIntPreference::SetupValueFromRegData(unsigned char* data, DWORD size) {
-    if (data && size >= 4) m_value = static_cast<int>(getLittle32(data));
+    ReadDword(data, size, m_value);
 }
 
 void CIntPreference::PutValueInPropGridItem() {
@@ -496,13 +509,11 @@ DWORD CListPreference::GetRegValueType() const {
 }
 
 const unsigned char* CListPreference::GetRegData() const {
-    unsigned char bytes[4];
-    putLittle32(bytes, static_cast<std::uint32_t>(m_selection));
-    return Keep(bytes, 4);
+    return KeepDword(static_cast<std::uint32_t>(m_selection));
 }
 
 void CListPreference::SetupValueFromRegData(unsigned char* data, DWORD size) {
-    if (data && size >= 4) m_selection = static_cast<int>(getLittle32(data));
+    ReadDword(data, size, m_selection);
 }
 
 void CListPreference::PutValueInPropGridItem() {
@@ -586,13 +597,11 @@ DWORD CQuantityPreference::GetRegValueType() const {
 }
 
 const unsigned char* CQuantityPreference::GetRegData() const {
-    unsigned char bytes[8];
-    putDouble(bytes, m_value);
-    return Keep(bytes, 8);
+    return KeepDouble(m_value);
 }
 
 void CQuantityPreference::SetupValueFromRegData(unsigned char* data, DWORD size) {
-    if (data && size >= 8) m_value = getDouble(data);
+    ReadDouble(data, size, m_value);
 }
 
 void CQuantityPreference::PutValueInPropGridItem() {

@@ -10,6 +10,7 @@
 // Stored forms: REG_DWORD values are 4 little-endian bytes (bools, ints, list indices,
 // colours), REG_BINARY 8 (a double) or 60 (a LOGFONTA), REG_SZ the text and its NUL.
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -54,6 +55,12 @@ protected:
                            const char* noun = "file");
     /// Keeps a copy of the bytes GetRegData hands out.
     const unsigned char* Keep(const void* bytes, std::size_t size) const;
+    const unsigned char* KeepDword(std::uint32_t value) const;
+    const unsigned char* KeepDouble(double value) const;
+    /// A stored number of 4 or 8 bytes; a shorter one leaves `value` alone.
+    template <typename T>
+    static void ReadDword(const unsigned char* data, DWORD size, T& value);
+    static void ReadDouble(const unsigned char* data, DWORD size, double& value);
 
     CString m_name;
     unsigned int m_id = 0;
