@@ -210,11 +210,15 @@ private Q_SLOTS:
         triangles.size = 0.5;
         window.Options().Load(triangles);
         QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
-        const QString msh = scratch("plate.msh"), svg = scratch("plate.svg");
+        const QString msh = scratch("plate.msh"), svg = scratch("plate.svg"),
+                      dxf = scratch("plate.dxf");
         QVERIFY(window.SaveMesh(msh));
         QVERIFY(window.SaveMesh(svg));
+        QVERIFY(window.SaveMesh(dxf));
         QVERIFY(readAll(msh).startsWith("$MeshFormat"));
         QVERIFY(readAll(svg).contains("<svg"));
+        QVERIFY(readAll(dxf).contains("ENTITIES"));
+        QVERIFY(readAll(dxf).contains("MESH"));
 
         const QString project = scratch("plate.zevp");
         QVERIFY(window.SaveProject(project));
@@ -243,6 +247,24 @@ private Q_SLOTS:
         QCOMPARE(dialogs.Asked().size(), size_t(1));
         QVERIFY(QString::fromStdString(dialogs.Asked()[0].text).startsWith(bad + ":3: "));
         QCOMPARE(window.ProjectPath(), project);  // the open project stays
+    }
+
+    void aDxfDrawingOpensAsARegion() {
+        StudioWindow window(m_host);
+        QVERIFY(window.OpenFile(QString(ZEV_SAMPLES_DIR) + "/plate_drawing.dxf"));
+        QCOMPARE(window.Region().loops.size(), size_t(2));  // the plate and its hole
+        QVERIFY(window.ProjectPath().isEmpty());
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
+
+        // A drawing that is no single region is refused with the reader's words.
+        CZEVScriptedDialogs dialogs;
+        IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
+        const bool opened = window.OpenFile(QString(ZEV_TOOL_DATA_DIR) + "/dxf/two_regions.dxf");
+        ZEVInstallDialogs(old);
+        QVERIFY(!opened);
+        QCOMPARE(dialogs.Asked().size(), size_t(1));
+        QVERIFY(QString::fromStdString(dialogs.Asked()[0].text).contains("two_regions.dxf: "));
+        QCOMPARE(window.Region().loops.size(), size_t(2));  // what was open stays
     }
 
     void preferencesChangeTheUnitsShown() {

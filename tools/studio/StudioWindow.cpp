@@ -21,6 +21,7 @@
 
 #include "MeshView.h"
 #include "Output.h"
+#include "mesh_dxf.h"
 #include "mesh_paver.h"
 #include "mesh_triangle.h"
 #include "prefs_tree.h"
@@ -233,15 +234,16 @@ MeshSettings StudioWindow::defaultSettings() const {
 bool StudioWindow::OpenFile(const QString& path) {
     if (m_meshing) return false;
     zevtool::meshio::Region region;
+    const bool drawing = QFileInfo(path).suffix().compare("dxf", Qt::CaseInsensitive) == 0;
     try {
-        region = readBoundaryFile(path.toStdString());
+        region = drawing ? readDxfRegion(path.toStdString()) : readBoundaryFile(path.toStdString());
     } catch (const InputError& e) {
         QString where = path;
         if (e.line() > 0) where += QString(":%1").arg(e.line());
         error(tr("%1: %2").arg(where, QString::fromUtf8(e.what())));
         return false;
     }
-    const std::string text = readText(path);
+    const std::string text = drawing ? std::string() : readText(path);
     m_region = std::move(region);
     m_hasRegion = true;
     m_mesh = {};
@@ -339,8 +341,11 @@ bool StudioWindow::SaveMesh(const QString& path) {
         text = mshText(m_mesh);
     else if (suffix == "svg")
         text = svgText(m_region, m_mesh);
+    else if (suffix == "dxf")
+        text = dxfMeshText(m_region, m_mesh, false);
     else {
-        error(tr("Cannot save a mesh as '%1': give a name ending in .msh or .svg.").arg(path));
+        error(
+            tr("Cannot save a mesh as '%1': give a name ending in .msh, .svg or .dxf.").arg(path));
         return false;
     }
     if (!measureCoverage(m_region, m_mesh).covered() &&
@@ -504,7 +509,8 @@ void StudioWindow::chooseUnits() {
 void StudioWindow::chooseAndOpen() {
     ZEVFileDialogRequest request;
     request.title = "Open";
-    request.filter = "Boundary files and projects|*.txt;*.bnd;*.zevp|All files|*";
+    request.filter =
+        "Boundary files, projects and DXF drawings|*.txt;*.bnd;*.zevp;*.dxf|All files|*";
     if (auto* folder = preference<CFolderPreference>(*m_preferences, zevtool::kPrefProjectFolder))
         request.initialPath = folder->GetFolder();
     CString path;
@@ -526,7 +532,7 @@ void StudioWindow::chooseAndSaveProject() {
 void StudioWindow::chooseAndSaveMesh() {
     ZEVFileDialogRequest request;
     request.title = "Export mesh";
-    request.filter = "Gmsh meshes|*.msh|SVG pictures|*.svg";
+    request.filter = "Gmsh meshes|*.msh|SVG pictures|*.svg|DXF drawings|*.dxf";
     request.forSave = true;
     CString path;
     if (ZEVDialogs().ChooseFile(request, path)) SaveMesh(zevqt::toQString(path));

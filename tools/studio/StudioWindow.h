@@ -47,12 +47,12 @@ public:
     explicit StudioWindow(CZEVQtHost& host, QWidget* parent = nullptr);
     ~StudioWindow() override;
 
-    /// Opens a boundary file or a project (the mesh options of a project come with it);
-    /// false, with a message box, when the file cannot be read.
+    /// Opens a boundary file, a project (the mesh options of a project come with it) or a
+    /// DXF drawing; false, with a message box, when the file cannot be read.
     bool OpenFile(const QString& path);
     /// Writes the open region and the options as a project.
     bool SaveProject(const QString& path);
-    /// Writes the mesh as MSH or SVG, by the name's extension.
+    /// Writes the mesh as MSH, SVG or DXF, by the name's extension.
     bool SaveMesh(const QString& path);
     /// Meshes the open region with the options shown.
     MeshOutcome MeshNow();
