@@ -393,7 +393,9 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     bool stopped = false;
     QString failure;
     m_meshing = true;
+    // The interface breathes while the paver runs: nothing may change what it works on.
     m_meshButton->setEnabled(false);
+    m_gridView->setEnabled(false);
     menuBar()->setEnabled(false);
     m_host.Cursor().BeginWaitCursor();
     if (settings.method == "triangle") {
@@ -428,6 +430,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     }
     m_host.Cursor().EndWaitCursor();
     menuBar()->setEnabled(true);
+    m_gridView->setEnabled(true);
     m_meshButton->setEnabled(true);
     m_meshing = false;
 
@@ -473,6 +476,7 @@ void StudioWindow::OfferRecovery() {
 }
 
 void StudioWindow::ShowPreferences() {
+    if (m_meshing) return;
     CZEVQtPreferencesDialog dialog(*m_preferences, this);
     dialog.exec();
     ApplyPreferences();
@@ -499,6 +503,7 @@ void StudioWindow::ApplyPreferences() {
 }
 
 void StudioWindow::chooseUnits() {
+    if (m_meshing) return;
     if (Units::customizeDialog() != IDOK) return;
     if (auto* style = preference<CListPreference>(*m_preferences, zevtool::kPrefUnitStyle))
         style->SetSelection(Units::currentStyle());
