@@ -6,6 +6,7 @@
 #include <GL/gl.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <vector>
@@ -56,5 +57,50 @@ protected:
 
     std::unique_ptr<CZEVOffscreenGL> m_gl;
 };
+
+}  // namespace zevtest
+
+namespace zevtest {
+
+/// What a drawing sends to the rasteriser, counted by kind through OpenGL's feedback mode,
+/// with the window-space box of every vertex.
+struct Feedback {
+    int points = 0, lines = 0, polygons = 0;
+    float low[3] = {1e30f, 1e30f, 1e30f}, high[3] = {-1e30f, -1e30f, -1e30f};
+};
+
+template <typename Draw>
+Feedback feedbackOf(Draw draw) {
+    std::vector<GLfloat> buffer(1 << 16);
+    glFeedbackBuffer(static_cast<GLsizei>(buffer.size()), GL_3D, buffer.data());
+    glRenderMode(GL_FEEDBACK);
+    draw();
+    const GLint n = glRenderMode(GL_RENDER);
+    Feedback f;
+    auto vertices = [&](GLint& at, int count) {
+        for (int v = 0; v < count; ++v, at += 3)
+            for (int k = 0; k < 3; ++k) {
+                f.low[k] = std::min(f.low[k], buffer[static_cast<size_t>(at + k)]);
+                f.high[k] = std::max(f.high[k], buffer[static_cast<size_t>(at + k)]);
+            }
+    };
+    for (GLint at = 0; at < n;) {
+        const auto token = static_cast<GLint>(buffer[static_cast<size_t>(at++)]);
+        if (token == GL_POINT_TOKEN) {
+            ++f.points;
+            vertices(at, 1);
+        } else if (token == GL_LINE_TOKEN || token == GL_LINE_RESET_TOKEN) {
+            ++f.lines;
+            vertices(at, 2);
+        } else if (token == GL_POLYGON_TOKEN) {
+            ++f.polygons;
+            const auto count = static_cast<int>(buffer[static_cast<size_t>(at++)]);
+            vertices(at, count);
+        } else {
+            at += token == GL_PASS_THROUGH_TOKEN ? 1 : 3;
+        }
+    }
+    return f;
+}
 
 }  // namespace zevtest

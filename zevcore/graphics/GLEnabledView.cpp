@@ -49,7 +49,7 @@ void viewTessEnd() {
     glEnd();
 }
 
-void viewTessCombine(GLdouble coords[3], void*[4], GLfloat[4], void** out) {
+void viewTessCombine(GLdouble coords[3], void* [4], GLfloat[4], void** out) {
     auto* v = new CombinedVertex{{coords[0], coords[1], coords[2]}, gViewCombined};
     gViewCombined = v;
     *out = v->xyz;
@@ -87,8 +87,8 @@ void CGLEnabledView::CGLDispList::Draw() const {
     if (m_glListId) glCallList(m_glListId);
 }
 
-CGLEnabledView::CGLQuadric::CGLQuadric(unsigned drawStyle, unsigned normals,
-                                       unsigned orientation, int textureCoords)
+CGLEnabledView::CGLQuadric::CGLQuadric(unsigned drawStyle, unsigned normals, unsigned orientation,
+                                       int textureCoords)
     : m_quadObj(gluNewQuadric()) {
     if (!m_quadObj) return;
     gluQuadricCallback(m_quadObj, GLU_ERROR, reinterpret_cast<Callback>(gluError));
@@ -190,8 +190,8 @@ bool CGLEnabledView::bSetupPixelFormat() {
     want.drawToWindow = true;
     want.doubleBuffer = doubleBuffer != 0;
     want.indexed = colors == cnIndexed;
-    want.colorBits = colors == cnIndexed     ? 8
-                     : colors == cnThousands ? 16
+    want.colorBits = colors == cnIndexed         ? 8
+                     : colors == cnThousands     ? 16
                      : colors == cnMillionsAlpha ? 32
                                                  : 24;
     // 32 bits of colour is RGB with alpha, as the window system counts them together.
@@ -409,17 +409,15 @@ void CGLEnabledView::prepareCharset(const LOGFONT& font, bool outlines, float ex
                                     float quality) {
     if (m_charsetCount < 1) return;
     BeginGLCommands();
-    if (m_charsetDListBase)
-        glDeleteLists(m_charsetDListBase, static_cast<GLsizei>(m_charsetCount));
+    if (m_charsetDListBase) glDeleteLists(m_charsetDListBase, static_cast<GLsizei>(m_charsetCount));
     m_glyphAdvances.clear();
     m_charsetDListBase = glGenLists(static_cast<GLsizei>(m_charsetCount));
     const HDC dc = m_pCDC ? m_pCDC->GetSafeHdc() : nullptr;
     const DWORD count = static_cast<DWORD>(m_charsetCount);
-    const bool made =
-        m_charsetDListBase != 0 &&
-        (outlines ? ZEVGL().UseFontOutlines(dc, font, 0, count, m_charsetDListBase, quality,
-                                            extrusion, m_glyphAdvances)
-                  : ZEVGL().UseFontBitmaps(dc, font, 0, count, m_charsetDListBase));
+    const bool made = m_charsetDListBase != 0 &&
+                      (outlines ? ZEVGL().UseFontOutlines(dc, font, 0, count, m_charsetDListBase,
+                                                          quality, extrusion, m_glyphAdvances)
+                                : ZEVGL().UseFontBitmaps(dc, font, 0, count, m_charsetDListBase));
     if (!made && m_charsetDListBase) {
         glDeleteLists(m_charsetDListBase, static_cast<GLsizei>(m_charsetCount));
         m_charsetDListBase = 0;
@@ -444,8 +442,7 @@ void CGLEnabledView::PrepareCharset2D(const LOGFONT* font) {
     if (font) prepareCharset(*font, false, 0.0f, 0.0f);
 }
 
-void CGLEnabledView::PrepareCharset2D(const CString& fontName, int height, bool bold,
-                                      bool italic) {
+void CGLEnabledView::PrepareCharset2D(const CString& fontName, int height, bool bold, bool italic) {
     const LOGFONT font = fontNamed(fontName, height, bold, italic);
     prepareCharset(font, false, 0.0f, 0.0f);
 }
@@ -512,7 +509,9 @@ bool GetScreenPtFrom3DPoint(const CPoint3D& model, CPoint& screen, double& depth
         return false;
     // Truncation towards zero; a point far off screen saturates rather than overflowing.
     auto toLong = [](double v) {
-        return v >= 2147483647.0 ? 2147483647 : v <= -2147483648.0 ? -2147483647 - 1 : static_cast<LONG>(v);
+        return v >= 2147483647.0    ? 2147483647
+               : v <= -2147483648.0 ? -2147483647 - 1
+                                    : static_cast<LONG>(v);
     };
     screen.x = toLong(x);
     screen.y = toLong(viewport[3] - y);

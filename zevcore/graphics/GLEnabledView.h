@@ -57,8 +57,7 @@ public:
     /// A GLU quadric; errors show the tessellator's message.
     class ZEVCORE_API CGLQuadric {
     public:
-        CGLQuadric(unsigned drawStyle, unsigned normals, unsigned orientation,
-                   int textureCoords);
+        CGLQuadric(unsigned drawStyle, unsigned normals, unsigned orientation, int textureCoords);
         ~CGLQuadric();
         CGLQuadric(const CGLQuadric&) = delete;
         CGLQuadric& operator=(const CGLQuadric&) = delete;

@@ -233,8 +233,8 @@ bool SetupGradientTexture(unsigned& texture, unsigned char* rgb, int width, bool
 }
 
 bool SetupGradientTexture(unsigned& texture, bool smooth) {
-    static unsigned char ramp[] = {0,   0,   255, 0,   96,  255, 0,   160, 255, 0,   160, 64,
-                                   0,   255, 0,   255, 255, 0,   255, 204, 0,   255, 0,   0};
+    static unsigned char ramp[] = {0, 0,   255, 0,   96,  255, 0,   160, 255, 0,   160, 64,
+                                   0, 255, 0,   255, 255, 0,   255, 204, 0,   255, 0,   0};
     return SetupGradientTexture(texture, ramp, 8, smooth);
 }
 

@@ -220,13 +220,15 @@ bool arrowFrame(const CPoint3D& from, const CPoint3D& to, double& length) {
     length = d.length();
     if (zero(length, TOLERANCE)) return false;
     d.normalize(TOLERANCE);
-    // The y axis is the reference unless the arrow runs along it; then z is.
+    // The y axis is the reference unless the arrow runs along it; then x is, so that the
+    // head of an arrow in the x-y plane lies in that plane either way.
     CVector3D reference(0.0, 1.0, 0.0);
-    if (equal(std::fabs(d.dot(reference)), 1.0)) reference = CVector3D(0.0, 0.0, 1.0);
+    if (equal(std::fabs(d.dot(reference)), 1.0)) reference = CVector3D(1.0, 0.0, 0.0);
     CVector3D z = d.cross(reference);
     z.normalize(TOLERANCE);
     const CVector3D y = z.cross(d);
-    const GLdouble m[16] = {d.x, d.y, d.z, 0, y.x, y.y, y.z, 0, z.x, z.y, z.z, 0, to.x, to.y, to.z, 1};
+    const GLdouble m[16] = {d.x, d.y, d.z, 0, y.x,  y.y,  y.z,  0,
+                            z.x, z.y, z.z, 0, to.x, to.y, to.z, 1};
     glPushMatrix();
     glMultMatrixd(m);
     return true;
@@ -236,8 +238,8 @@ bool arrowFrame(const CPoint3D& from, const CPoint3D& to, double& length) {
 double screenAngle(const CPoint3D& a, const CPoint3D& b) {
     CPoint pa, pb;
     if (!GetScreenPtFrom3DPoint(a, pa) || !GetScreenPtFrom3DPoint(b, pb)) return 0.0;
-    return std::atan2(-static_cast<double>(pb.y - pa.y), static_cast<double>(pb.x - pa.x)) *
-           180.0 / kPi;
+    return std::atan2(-static_cast<double>(pb.y - pa.y), static_cast<double>(pb.x - pa.x)) * 180.0 /
+           kPi;
 }
 
 void label(CDC* dc, CGLText* text, const CString& words, int textSize, unsigned long colour,
@@ -436,7 +438,8 @@ void DrawSolidCircle(float radius, float width) {
     const double r = std::fabs(radius);
     glBegin(GL_POLYGON);
     glNormal3f(0.0f, 0.0f, 1.0f);
-    for (int k = 0; k < 10; ++k) vertex(r * std::cos(k * kTwoPi / 10), r * std::sin(k * kTwoPi / 10), 0);
+    for (int k = 0; k < 10; ++k)
+        vertex(r * std::cos(k * kTwoPi / 10), r * std::sin(k * kTwoPi / 10), 0);
     glEnd();
 }
 
@@ -530,19 +533,17 @@ void DrawSolidMomentArrow(float size, float width) {
 
 void DrawSpanArrow(float size, bool filled) {
     const double s = size, t = 0.25 * size;
-    tessellatedOutline({2 * s, 0, s, 2 * t, s, t, -s, t, -s, 2 * t, -2 * s, 0, -s, -2 * t, -s,
-                        -t, s, -t, s, -2 * t},
+    tessellatedOutline({2 * s,  0, s,  2 * t,  s,  t,  -s, t,  -s, 2 * t,
+                        -2 * s, 0, -s, -2 * t, -s, -t, s,  -t, s,  -2 * t},
                        filled);
 }
 
 void DrawTwoWaySpanArrow(float size, bool filled) {
     const double s = size, t = 0.25 * size;
-    tessellatedOutline({2 * s,  0,      s,      2 * t, s,      t,      t,      t,     t,
-                        s,      2 * t,  s,      0,     2 * s,  -2 * t, s,      -t,    s,
-                        -t,     t,      -s,     t,     -s,     2 * t,  -2 * s, 0,     -s,
-                        -2 * t, -s,     -t,     -t,    -t,     -t,     -s,     -2 * t, -s,
-                        0,      -2 * s, 2 * t,  -s,    t,      -s,     t,      -t,    s,
-                        -t,     s,      -2 * t},
+    tessellatedOutline({2 * s,  0,      s,      2 * t,  s,  t,  t,  t,  t,  s,  2 * t,  s,
+                        0,      2 * s,  -2 * t, s,      -t, s,  -t, t,  -s, t,  -s,     2 * t,
+                        -2 * s, 0,      -s,     -2 * t, -s, -t, -t, -t, -t, -s, -2 * t, -s,
+                        0,      -2 * s, 2 * t,  -s,     t,  -s, t,  -t, s,  -t, s,      -2 * t},
                        filled);
 }
 

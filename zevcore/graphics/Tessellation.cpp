@@ -43,7 +43,7 @@ void tessEnd() {
     zevgraphics::AppendPrimitiveTriangles(gPrimitiveType, gPrimitive, gTriangles);
 }
 
-void tessCombine(GLdouble coords[3], void*[4], GLfloat[4], void** out) {
+void tessCombine(GLdouble coords[3], void* [4], GLfloat[4], void** out) {
     auto* v = new CombinedVertex{{coords[0], coords[1], coords[2]}, gCombined};
     gCombined = v;
     *out = v->xyz;
