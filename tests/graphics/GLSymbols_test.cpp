@@ -147,12 +147,14 @@ TEST_F(GLTest, BoxesAndPlatesHaveTheirFacesAndSizes) {
     EXPECT_NEAR(centred.low[2], 0.25f, 1e-4f);
     EXPECT_EQ(feedbackOf([] { DrawBox(COrientedBox(0, 10, 0, 10, 0, 0.5)); }).polygons, 5 * 2);
     flatten();
-    EXPECT_EQ(feedbackOf([] { DrawTriPlate({0, 0, 0}, {10, 0, 0}, {0, 10, 0}, 0.2); }).polygons,
+    EXPECT_EQ(feedbackOf([] {
+                  DrawTriPlate({0, 0, 0}, {10, 0, 0}, {0, 10, 0}, 0.2);
+              }).polygons,
               2 + 3 * 2);
-    EXPECT_EQ(feedbackOf([] { DrawTriPlate({0, 0, 0}, {10, 0, 0}, {20, 0, 0}, 0.2); }).polygons,
-              0);
-    EXPECT_EQ(feedbackOf([] { DrawQuadPlate({0, 0, 0}, {9, 0, 0}, {9, 9, 0}, {0, 9, 0}, 0.2); })
-                  .polygons,
+    EXPECT_EQ(feedbackOf([] { DrawTriPlate({0, 0, 0}, {10, 0, 0}, {20, 0, 0}, 0.2); }).polygons, 0);
+    EXPECT_EQ(feedbackOf([] {
+                  DrawQuadPlate({0, 0, 0}, {9, 0, 0}, {9, 9, 0}, {0, 9, 0}, 0.2);
+              }).polygons,
               6 * 2);
     EXPECT_EQ(feedbackOf([] { DrawPyramid(10, 5, true); }).polygons, 4 + 2);
     EXPECT_EQ(feedbackOf([] { DrawElongatedDiamond(10, 5, 0.5f, true); }).polygons, 6 * 2);
@@ -190,7 +192,7 @@ TEST_F(GLTest, AxesKeepTheColourAndLeaveLabelsSmooth) {
     GLfloat width = 0;
     glGetFloatv(GL_LINE_WIDTH, &width);
     EXPECT_EQ(width, 2.0f);
-    EXPECT_TRUE(lit(10, 0));   // the red x axis along the bottom row
+    EXPECT_TRUE(lit(10, 0));  // the red x axis along the bottom row
     EXPECT_FALSE(lit(30, 30));
 }
 

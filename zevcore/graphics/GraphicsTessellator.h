@@ -31,8 +31,8 @@ public:
     void EndDef();
     /// Filled triangles, or with `filled` 0 only the boundary as line loops.
     void SetFilling(int filled);
-    /// Always 0: it asks GLU for the invalid boundary value -1.0, which GLU refuses through
-    /// the error callback, and answers nothing it read.
+    /// Always 0, whatever the filling: it hands GLU the boundary value -1.0 and answers
+    /// nothing it read. The filling in force stays.
     int GetFilling();
     /// GLU_TESS_WINDING_ODD and its kin.
     void SetWindingRule(double rule);

@@ -144,7 +144,14 @@ void CGraphicsTessellator::SetFilling(int filled) {
 }
 
 int CGraphicsTessellator::GetFilling() {
-    if (m_tess) gluTessProperty(m_tess, GLU_TESS_BOUNDARY_ONLY, -1.0);
+    // GLU takes any non-zero boundary value as "on" instead of refusing -1.0, so the value
+    // in force is put back: asking must not turn a filled polygon into its outline.
+    if (m_tess) {
+        GLdouble boundaryOnly = 0.0;
+        gluGetTessProperty(m_tess, GLU_TESS_BOUNDARY_ONLY, &boundaryOnly);
+        gluTessProperty(m_tess, GLU_TESS_BOUNDARY_ONLY, -1.0);
+        gluTessProperty(m_tess, GLU_TESS_BOUNDARY_ONLY, boundaryOnly);
+    }
     return 0;
 }
 
