@@ -193,17 +193,25 @@ public:
         lost = false;
         return gl.MakeCurrent(dc, rc);
     }
-    DWORD GetLastError() override { return lost ? ZEV_ERROR_INVALID_PIXEL_FORMAT : gl.GetLastError(); }
+    DWORD GetLastError() override {
+        return lost ? ZEV_ERROR_INVALID_PIXEL_FORMAT : gl.GetLastError();
+    }
     bool SetPixelFormat(HDC dc, int f) override { return ++setups, gl.SetPixelFormat(dc, f); }
 
     HDC GetDC(HWND w, int x, int y) override { return gl.GetDC(w, x, y); }
     bool ReleaseDC(HDC dc) override { return gl.ReleaseDC(dc); }
     bool ResizeDC(HDC dc, int w, int h) override { return gl.ResizeDC(dc, w, h); }
     bool GetDCSize(HDC dc, int& w, int& h) override { return gl.GetDCSize(dc, w, h); }
-    int ChoosePixelFormat(HDC dc, const ZEVPixelFormat& f) override { return gl.ChoosePixelFormat(dc, f); }
+    int ChoosePixelFormat(HDC dc, const ZEVPixelFormat& f) override {
+        return gl.ChoosePixelFormat(dc, f);
+    }
     int GetPixelFormat(HDC dc) override { return gl.GetPixelFormat(dc); }
-    int DescribePixelFormat(HDC dc, int f, ZEVPixelFormat* o) override { return gl.DescribePixelFormat(dc, f, o); }
-    std::vector<int> ChoosePixelFormats(HDC dc, const ZEVPixelFormat& f) override { return gl.ChoosePixelFormats(dc, f); }
+    int DescribePixelFormat(HDC dc, int f, ZEVPixelFormat* o) override {
+        return gl.DescribePixelFormat(dc, f, o);
+    }
+    std::vector<int> ChoosePixelFormats(HDC dc, const ZEVPixelFormat& f) override {
+        return gl.ChoosePixelFormats(dc, f);
+    }
     HGLRC CreateContext(HDC dc) override { return gl.CreateContext(dc); }
     bool DeleteContext(HGLRC rc) override { return gl.DeleteContext(rc); }
     HGLRC GetCurrentContext() override { return gl.GetCurrentContext(); }
