@@ -12,20 +12,19 @@ using meshio::InputError;
 
 namespace {
 
-#define EXPECT_INPUT_ERROR(text, lineNumber, message)                          \
-    do {                                                                 \
-        try {                                                            \
-            render::parseMshText(text);                                  \
-            ADD_FAILURE() << "no error for:\n" << (text);                \
-        } catch (const InputError& e) {                                  \
-            EXPECT_EQ(e.line(), lineNumber) << (text);                         \
-            EXPECT_STREQ(e.what(), message) << (text);                   \
-        }                                                                \
+#define EXPECT_INPUT_ERROR(text, lineNumber, message)     \
+    do {                                                  \
+        try {                                             \
+            render::parseMshText(text);                   \
+            ADD_FAILURE() << "no error for:\n" << (text); \
+        } catch (const InputError& e) {                   \
+            EXPECT_EQ(e.line(), lineNumber) << (text);    \
+            EXPECT_STREQ(e.what(), message) << (text);    \
+        }                                                 \
     } while (false)
 
 TEST(RenderIo, MshFileGivesTrianglesAndQuadsOverAnyNodeNumbers) {
-    const meshio::Mesh mesh =
-        render::readMshFile(ZEV_TOOL_TEST_DATA "/render/two_elements.msh");
+    const meshio::Mesh mesh = render::readMshFile(ZEV_TOOL_TEST_DATA "/render/two_elements.msh");
     ASSERT_EQ(mesh.nodes.size(), 5u);
     EXPECT_EQ(mesh.nodes[4].x, 3.0);
     EXPECT_EQ(mesh.nodes[4].y, 0.5);
@@ -71,8 +70,8 @@ TEST(RenderIo, PictureSizeIsWidthByHeightWithinBounds) {
 
 TEST(RenderIo, PngHoldsThePixelsTopRowFirst) {
     std::vector<unsigned char> rgba(4 * 3 * 2, 0);
-    rgba[0] = 255;                    // top left red
-    rgba[4 * 3 * 2 - 4 + 2] = 200;    // bottom right blue
+    rgba[0] = 255;                  // top left red
+    rgba[4 * 3 * 2 - 4 + 2] = 200;  // bottom right blue
     const std::string png = render::pngBytes(3, 2, rgba);
     ASSERT_EQ(png.compare(0, 8, "\x89PNG\r\n\x1a\n"), 0);
     png_image image{};
@@ -97,6 +96,43 @@ TEST(RenderIo, DxfDrawingsWaitForTheReader) {
     } catch (const InputError& e) {
         EXPECT_STREQ(e.what(), "DXF drawings cannot be read yet");
     }
+}
+
+}  // namespace
+
+namespace {
+
+// Mesh files come from outside: every mutation of a valid one either reads or is refused
+// with an InputError (the sanitizers watch the rest).
+TEST(RenderIo, MutatedMshFilesReadOrAreRefused) {
+    const std::string valid = zevtest::readFile(ZEV_TOOL_TEST_DATA "/render/two_elements.msh");
+    std::uint32_t seed = 12345;
+    auto next = [&seed] { return seed = seed * 1664525u + 1013904223u; };
+    const char alphabet[] = "0123456789 -.e$\n\rxEndNodes\t";
+    int refused = 0;
+    for (int round = 0; round < 3000; ++round) {
+        std::string text = valid;
+        for (int edits = 1 + next() % 4; edits > 0; --edits) {
+            const size_t at = next() % (text.size() + 1);
+            switch (next() % 3) {
+                case 0:
+                    text.insert(at, 1, alphabet[next() % (sizeof alphabet - 1)]);
+                    break;
+                case 1:
+                    if (at < text.size()) text.erase(at, 1 + next() % 8);
+                    break;
+                default:
+                    if (at < text.size()) text[at] = static_cast<char>(next() & 0xff);
+                    break;
+            }
+        }
+        try {
+            render::parseMshText(text);
+        } catch (const InputError&) {
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 100);
 }
 
 }  // namespace

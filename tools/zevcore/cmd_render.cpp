@@ -77,8 +77,9 @@ struct Scene {
 bool endsWith(const std::string& text, const char* tail) {
     const std::string t = tail;
     if (text.size() < t.size()) return false;
-    return std::equal(t.rbegin(), t.rend(), text.rbegin(),
-                      [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
+    return std::equal(t.rbegin(), t.rend(), text.rbegin(), [](char a, char b) {
+        return a == std::tolower(static_cast<unsigned char>(b));
+    });
 }
 
 Region builtInShape(int n) {
@@ -120,8 +121,9 @@ void meshRegion(Scene& s, const Options& o) {
             perimeter += std::hypot(b.x - a.x, b.y - a.y);
         }
     if (!(perimeter / size <= 100000.0) || !(0.5 * extent / size <= 10000.0))
-        throw UsageError("--element-size is too small for the region (at most 100000 boundary "
-                         "segments)");
+        throw UsageError(
+            "--element-size is too small for the region (at most 100000 boundary "
+            "segments)");
     if (o.method == "triangle") {
         meshio::TriangleResult t =
             meshio::meshWithTriangle(s.region, std::sqrt(3.0) / 4.0 * size * size, false);
@@ -140,7 +142,8 @@ void meshRegion(Scene& s, const Options& o) {
     for (const Point& p : s.region.interiorPoints) model.interiorPoints.emplace_back(p.x, p.y);
     for (const Point& p : s.region.boundaryPoints) model.boundaryPoints.emplace_back(p.x, p.y);
     s.partial = !model.Mesh(1, size, 0, false) || !model.fronts.empty();
-    for (int i = 0; i < model.NumVertices(); ++i) s.mesh.nodes.push_back({model.GetX(i), model.GetY(i)});
+    for (int i = 0; i < model.NumVertices(); ++i)
+        s.mesh.nodes.push_back({model.GetX(i), model.GetY(i)});
     for (int q = 0; q < model.NumQuads(); ++q) {
         meshio::Element e;
         for (int c = 0; c < 4; ++c) e.v[static_cast<size_t>(c)] = model.GetQuadVertIndex(q, c);
@@ -200,7 +203,9 @@ void drawElements(const Mesh& mesh) {
         for (int k = 0; valid && k < e.count; ++k) {
             const int at = e.v[static_cast<size_t>(k)];
             valid = at >= 0 && static_cast<size_t>(at) < mesh.nodes.size();
-            if (valid) c[k] = CPoint3D(mesh.nodes[static_cast<size_t>(at)].x, mesh.nodes[static_cast<size_t>(at)].y, 0);
+            if (valid)
+                c[k] = CPoint3D(mesh.nodes[static_cast<size_t>(at)].x,
+                                mesh.nodes[static_cast<size_t>(at)].y, 0);
         }
         if (!valid) continue;
         if (e.count == 3)
@@ -312,7 +317,8 @@ std::vector<unsigned char> drawScene(const Scene& s, const Options& o, int width
     for (int y = 0; y < height; ++y)
         std::copy_n(rows.begin() + static_cast<std::ptrdiff_t>(stride * static_cast<size_t>(y)),
                     stride,
-                    topDown.begin() + static_cast<std::ptrdiff_t>(stride * static_cast<size_t>(height - 1 - y)));
+                    topDown.begin() +
+                        static_cast<std::ptrdiff_t>(stride * static_cast<size_t>(height - 1 - y)));
     return topDown;
 }
 
@@ -329,7 +335,8 @@ int runRender(const std::vector<std::string>& args) {
     if (!o.quiet && o.out != "-") {
         std::cout << "picture: " << width << "x" << height << ", " << scene.mesh.elements.size()
                   << " elements, " << scene.mesh.nodes.size() << " nodes";
-        if (!scene.drawing.lines.empty()) std::cout << ", " << scene.drawing.lines.size() << " lines";
+        if (!scene.drawing.lines.empty())
+            std::cout << ", " << scene.drawing.lines.size() << " lines";
         if (scene.partial) std::cout << " (the mesher stopped short: a partial mesh)";
         std::cout << '\n';
     }

@@ -50,13 +50,13 @@ public:
     [[noreturn]] void fail(const std::string& what) const { throw InputError(m_number, what); }
     void expect(const char* keyword) {
         if (!next()) throw InputError(m_number, std::string("missing ") + keyword);
-        if (words().size() != 1 || words()[0] != keyword)
-            fail(std::string("expected ") + keyword);
+        if (words().size() != 1 || words()[0] != keyword) fail(std::string("expected ") + keyword);
     }
     long long count() {
         if (!next() || words().size() != 1) fail("expected a count");
         std::optional<long long> n = parseWhole(words()[0]);
-        if (!n || *n < 0 || *n > kMaxItems) fail("the count must be a whole number from 0 to 10000000");
+        if (!n || *n < 0 || *n > kMaxItems)
+            fail("the count must be a whole number from 0 to 10000000");
         return *n;
     }
     long long whole(size_t i) const {
@@ -122,7 +122,8 @@ Mesh parseMshText(const std::string& text) {
                 e.count = corners;
                 for (int c = 0; c < corners; ++c) {
                     auto found = nodeAt.find(in.whole(static_cast<size_t>(3 + tags + c)));
-                    if (found == nodeAt.end()) in.fail("the element names a node that is not defined");
+                    if (found == nodeAt.end())
+                        in.fail("the element names a node that is not defined");
                     e.v[static_cast<size_t>(c)] = found->second;
                 }
                 mesh.elements.push_back(e);
