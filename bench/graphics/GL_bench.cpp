@@ -104,8 +104,8 @@ void BM_DisplayListQuadMeshFrame(benchmark::State& state) {
         EndWireframeDrawing();
         glFinish();
     }
-    state.counters["fps"] = benchmark::Counter(static_cast<double>(state.iterations()),
-                                               benchmark::Counter::kIsRate);
+    state.counters["fps"] =
+        benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
     state.counters["quads"] = n * n;
 }
 BENCHMARK(BM_DisplayListQuadMeshFrame)->Unit(benchmark::kMillisecond)->UseRealTime();
