@@ -206,25 +206,13 @@ bool CZEVEGLPlatform::GetDCSize(HDC dc, int& width, int& height) {
 
 int CZEVEGLPlatform::ChoosePixelFormat(HDC dc, const ZEVPixelFormat& want) {
     if (!m->surface(dc)) return 0;
-    // The closest format: enough of each buffer first, then the least surplus, as a window
-    // system's chooser answers; never 0 while there is any format.
-    int best = 0;
-    long bestScore = 0;
-    for (int n = 1; n <= static_cast<int>(m->configs.size()); ++n) {
-        ZEVPixelFormat f = m->describe(n);
-        long score = 0;
-        auto weigh = [&score](int have, int asked, long shortWeight) {
-            score += have < asked ? shortWeight * (asked - have) : have - asked;
-        };
-        weigh(f.colorBits, want.colorBits, 1000);
-        weigh(f.alphaBits, want.alphaBits, 1000);
-        weigh(f.depthBits, want.depthBits, 1000);
-        weigh(f.stencilBits, want.stencilBits, 100);
-        weigh(f.samples, want.samples, 100);
-        if (want.samples == 0 && f.samples > 0) score += 10000;
-        if (best == 0 || score < bestScore) best = n, bestScore = score;
-    }
-    return best;
+    std::vector<ZEVPixelFormat> formats;
+    for (int n = 1; n <= static_cast<int>(m->configs.size()); ++n)
+        formats.push_back(m->describe(n));
+    // Pbuffers have one buffer: a request for two is met by one.
+    ZEVPixelFormat single = want;
+    single.doubleBuffer = false;
+    return ZEVClosestPixelFormat(formats, single);
 }
 
 std::vector<int> CZEVEGLPlatform::ChoosePixelFormats(HDC dc, const ZEVPixelFormat& want) {

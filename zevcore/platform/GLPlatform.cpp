@@ -22,6 +22,27 @@ IZEVGLPlatform* ZEVInstallGL(IZEVGLPlatform* platform) {
     return previous;
 }
 
+int ZEVClosestPixelFormat(const std::vector<ZEVPixelFormat>& formats, const ZEVPixelFormat& want) {
+    int best = 0;
+    long bestScore = 0;
+    for (size_t i = 0; i < formats.size(); ++i) {
+        const ZEVPixelFormat& f = formats[i];
+        long score = 0;
+        auto weigh = [&score](int have, int asked, long shortWeight) {
+            score += have < asked ? shortWeight * (asked - have) : have - asked;
+        };
+        weigh(f.colorBits, want.colorBits, 1000);
+        weigh(f.alphaBits, want.alphaBits, 1000);
+        weigh(f.depthBits, want.depthBits, 1000);
+        weigh(f.stencilBits, want.stencilBits, 100);
+        weigh(f.samples, want.samples, 100);
+        if (want.samples == 0 && f.samples > 0) score += 10000;
+        if (f.doubleBuffer != want.doubleBuffer) score += 50;
+        if (best == 0 || score < bestScore) best = static_cast<int>(i) + 1, bestScore = score;
+    }
+    return best;
+}
+
 CZEVOffscreenGL::CZEVOffscreenGL(int width, int height, int depthBits)
     : m_width(width), m_height(height) {
     IZEVGLPlatform& gl = ZEVGL();

@@ -166,6 +166,61 @@ private:
     std::unique_ptr<Impl> m;
 };
 
+/// OpenGL in X windows through GLX. A window is its X window id as an HWND. A window's
+/// surface offers the formats of the window's visual (a host creates the window with the
+/// visual of the format it wants); a null window gets an offscreen pbuffer. Fonts are the X
+/// server's core fonts, as bitmaps; there are no outline fonts.
+class ZEVCORE_API CZEVGLXPlatform : public IZEVGLPlatform {
+public:
+    /// Opens `displayName` (the DISPLAY variable's display when null) at first use.
+    explicit CZEVGLXPlatform(const char* displayName = nullptr);
+    ~CZEVGLXPlatform() override;
+    CZEVGLXPlatform(const CZEVGLXPlatform&) = delete;
+    CZEVGLXPlatform& operator=(const CZEVGLXPlatform&) = delete;
+
+    /// Whether the X display opened and offers GLX 1.3; when not, `DisplayError()` says why.
+    bool Available();
+    std::string DisplayError();
+    /// The X display (a `Display*`), null when there is none.
+    void* XDisplay();
+
+    HDC GetDC(HWND window, int width, int height) override;
+    bool ReleaseDC(HDC dc) override;
+    bool ResizeDC(HDC dc, int width, int height) override;
+    bool GetDCSize(HDC dc, int& width, int& height) override;
+    int ChoosePixelFormat(HDC dc, const ZEVPixelFormat& want) override;
+    bool SetPixelFormat(HDC dc, int format) override;
+    int GetPixelFormat(HDC dc) override;
+    int DescribePixelFormat(HDC dc, int format, ZEVPixelFormat* out) override;
+    std::vector<int> ChoosePixelFormats(HDC dc, const ZEVPixelFormat& want) override;
+    HGLRC CreateContext(HDC dc) override;
+    bool DeleteContext(HGLRC rc) override;
+    bool MakeCurrent(HDC dc, HGLRC rc) override;
+    HGLRC GetCurrentContext() override;
+    HDC GetCurrentDC() override;
+    bool SwapBuffers(HDC dc) override;
+    void* GetProcAddress(const char* name) override;
+    std::string GetExtensionsString(HDC dc) override;
+    DWORD GetLastError() override;
+    void InvalidateRect(HWND window) override;
+    bool UseFontBitmaps(HDC dc, const LOGFONTA& font, DWORD first, DWORD count,
+                        DWORD listBase) override;
+    bool UseFontOutlines(HDC, const LOGFONTA&, DWORD, DWORD, DWORD, float, float,
+                         std::vector<float>&) override {
+        return false;
+    }
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m;
+};
+
+/// The closest of `formats` (numbered from 1) to `want`: enough of each buffer first, then
+/// the least surplus, multisampling only when asked for; 0 when there are none. The rule
+/// every platform here chooses by.
+ZEVCORE_API int ZEVClosestPixelFormat(const std::vector<ZEVPixelFormat>& formats,
+                                      const ZEVPixelFormat& want);
+
 /// An offscreen surface of its own with a context on it, current from construction to
 /// destruction: what tools, tests and benchmarks draw into. Uses the installed platform.
 class ZEVCORE_API CZEVOffscreenGL {
