@@ -31,8 +31,15 @@ protected:
     // A mapped window with the visual of a double-buffered RGB format with depth, as a host
     // makes its view's window.
     HWND makeWindow(int width, int height) {
-        const int want[] = {GLX_RENDER_TYPE, GLX_RGBA_BIT, GLX_DRAWABLE_TYPE, GLX_WINDOW_BIT,
-                            GLX_DOUBLEBUFFER, True, GLX_DEPTH_SIZE, 16, None};
+        const int want[] = {GLX_RENDER_TYPE,
+                            GLX_RGBA_BIT,
+                            GLX_DRAWABLE_TYPE,
+                            GLX_WINDOW_BIT,
+                            GLX_DOUBLEBUFFER,
+                            True,
+                            GLX_DEPTH_SIZE,
+                            16,
+                            None};
         int count = 0;
         GLXFBConfig* configs = glXChooseFBConfig(m_display, DefaultScreen(m_display), want, &count);
         if (!configs || count == 0) return nullptr;

@@ -116,7 +116,8 @@ struct CZEVGLXPlatform::Impl {
         f.doubleBuffer = attrib(n, GLX_DOUBLEBUFFER) != 0;
         f.indexed = false;
         f.accelerated = attrib(n, GLX_CONFIG_CAVEAT) != GLX_SLOW_CONFIG;
-        f.colorBits = attrib(n, GLX_RED_SIZE) + attrib(n, GLX_GREEN_SIZE) + attrib(n, GLX_BLUE_SIZE);
+        f.colorBits =
+            attrib(n, GLX_RED_SIZE) + attrib(n, GLX_GREEN_SIZE) + attrib(n, GLX_BLUE_SIZE);
         f.alphaBits = attrib(n, GLX_ALPHA_SIZE);
         f.depthBits = attrib(n, GLX_DEPTH_SIZE);
         f.stencilBits = attrib(n, GLX_STENCIL_SIZE);
