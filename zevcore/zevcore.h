@@ -11,6 +11,7 @@
 #include "zevcore/platform/Exception.h"
 #include "zevcore/platform/File.h"
 #include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/Gdi.h"
 #include "zevcore/platform/Host.h"
 #include "zevcore/platform/Locale.h"
 #include "zevcore/platform/Module.h"
@@ -20,6 +21,7 @@
 #include "zevcore/platform/ShellFolders.h"
 #include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/Window.h"
 
 #include "zevcore/frame/Folders.h"
 #include "zevcore/frame/Frame.h"
@@ -68,3 +70,13 @@
 #include "zevcore/quantities/UnitStyleDlg.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/quantities/UnitsEditCtrl.h"
+
+#include "zevcore/controls/Message.h"
+#include "zevcore/controls/UGCtrl.h"
+
+#include "zevcore/settings/BaseProperty.h"
+#include "zevcore/settings/PreferenceItem.h"
+#include "zevcore/settings/PreferenceManager.h"
+#include "zevcore/settings/PreferencesGrid.h"
+#include "zevcore/settings/PropertyGrid.h"
+#include "zevcore/settings/PropertyGroup.h"

@@ -44,6 +44,19 @@ constexpr BYTE GetBValue(COLORREF c) {
     return static_cast<BYTE>((c >> 16) & 0xff);
 }
 
+/// A rectangle and a point in window pixels.
+struct RECT {
+    LONG left = 0;
+    LONG top = 0;
+    LONG right = 0;
+    LONG bottom = 0;
+};
+
+struct POINT {
+    LONG x = 0;
+    LONG y = 0;
+};
+
 /// Opaque handles. A handle is a pointer-sized token whose meaning belongs to the service
 /// that issued it; the library never dereferences one it did not make.
 using HINSTANCE = struct HINSTANCE__*;

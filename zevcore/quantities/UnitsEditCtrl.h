@@ -11,6 +11,7 @@
 #include "zevcore/Export.h"
 #include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/Window.h"
 #include "zevcore/quantities/Units.h"
 
 /// Sent (wParam and lParam 0) to the field's parent after each check at loss of focus.
@@ -62,14 +63,14 @@ enum ETUnitsEditMove {
     UEM_SHEET_BUTTON,    // the property sheet presses the button SheetButton() names
 };
 
-class ZEVCORE_API CUnitsEditCtrl {
+class ZEVCORE_API CUnitsEditCtrl : public CEdit {
 public:
     static constexpr COLORREF kRed = 0xFF;
     static constexpr COLORREF kBlack = 0;
 
     /// `useBalloon` 0 keeps failures out of the balloon (the field still turns red).
     explicit CUnitsEditCtrl(int useBalloon = 1);
-    virtual ~CUnitsEditCtrl();
+    ~CUnitsEditCtrl() override;
     CUnitsEditCtrl(const CUnitsEditCtrl&) = delete;
     CUnitsEditCtrl& operator=(const CUnitsEditCtrl&) = delete;
 
@@ -123,7 +124,7 @@ public:
     // ---- What the widget feeds in ----
     /// The text changed (typed or set): the red goes off and the entry is checked without
     /// keeping anything; a good entry takes the balloon down.
-    void SetWindowText(const char* text);
+    void SetWindowText(const char* text) override;
     /// A character: false for Tab and Enter, which the field drops; true passes it on.
     bool OnChar(char ch);
     /// A key press.
@@ -135,7 +136,7 @@ public:
     void OnSetFocus();
 
     // ---- What the widget shows ----
-    const CString& GetWindowText() const { return m_text; }
+    const CString& GetWindowText() const override { return m_text; }
     void GetSel(int& start, int& end) const {
         start = m_selStart;
         end = m_selEnd;

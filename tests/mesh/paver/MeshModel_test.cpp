@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "Regions.h"
 #include "TestModel.h"
 #include "zevcore/platform/Host.h"
 
@@ -384,6 +385,65 @@ TEST(PaverModel, ExtendedModeCoversWhatTheDefaultLeavesOpen) {
     EXPECT_GT(fine.NumQuads(), 4000);
     EXPECT_TRUE(fine.fronts.empty());
     EXPECT_NEAR(elementArea(fine), 112.0 / 3.0, 1e-5);
+}
+
+}  // namespace
+}  // namespace paver_test
+
+namespace paver_test {
+namespace {
+
+double loopArea(const Loop& loop) {
+    double a = 0.0;
+    for (std::size_t i = 0; i < loop.size(); ++i) {
+        const auto& p = loop[i];
+        const auto& q = loop[(i + 1) % loop.size()];
+        a += p.x * q.y - q.x * p.y;
+    }
+    return 0.5 * a;
+}
+
+// The corner of a-b-c at b, in degrees.
+double corner(const CPoint2D& a, const CPoint2D& b, const CPoint2D& c) {
+    const double ux = a.x - b.x, uy = a.y - b.y, vx = c.x - b.x, vy = c.y - b.y;
+    return std::atan2(vx * uy - vy * ux, ux * vx + uy * vy) * 180.0 / M_PI;
+}
+
+// Extended mode on regions it has never seen: every run covers its region with convex
+// elements and the model stays valid; where the region has no corner sharper than 30
+// degrees, every element's corners lie between 30 and 150.
+TEST(PaverModel, ExtendedModeFinishesEveryRegionWithGoodCorners) {
+    struct Case {
+        Region region;
+        double size;
+        bool gentle;  // no corner of the region below 30 degrees
+    };
+    std::vector<Case> cases;
+    for (unsigned seed = 101; seed <= 130; ++seed)
+        cases.push_back({starRegion(seed), seed % 2 ? 0.35 : 0.2, false});
+    cases.push_back({Region{"S4", squareWithRoundHole()}, 0.4, true});
+    cases.push_back({Region{"S3", {octagonS3()}}, 0.1, true});
+    for (const auto& [region, size, gentle] : cases) {
+        Paver::CMeshModel model;
+        addLoops(model, region.loops);
+        model.SetExtended(true);
+        ASSERT_TRUE(model.Mesh(1, size, 0, false)) << region.name;
+        ASSERT_TRUE(model.IsValid()) << region.name << ": " << model.ValidityProblem();
+        double area = 0.0;
+        for (const Loop& loop : region.loops) area += loopArea(loop);
+        double worstLow = 180.0, worstHigh = 0.0;
+        for (const Quad* q : model.quads) {
+            for (int i = 0; i < 4; ++i) {
+                const double a = corner(q->corners[(i + 3) % 4]->point, q->corners[i]->point,
+                                        q->corners[(i + 1) % 4]->point);
+                worstLow = std::min(worstLow, a);  // a folded corner turns negative
+                worstHigh = std::max(worstHigh, a);
+            }
+        }
+        EXPECT_NEAR(elementArea(model), area, 1e-6 * area) << region.name;
+        EXPECT_GT(worstLow, gentle ? 30.0 : 0.0) << region.name;
+        EXPECT_LT(worstHigh, gentle ? 150.0 : 180.0) << region.name;
+    }
 }
 
 }  // namespace

@@ -455,7 +455,7 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
 
 void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& rowCounter) {
     for (;;) {
-        if (rowCounter++ >= m_rowCap) return;
+        if (rowCounter++ >= m_rowCap || overQuadCap()) return;
         if (!FindRow(def, list)) return;
         AddRow(def, list);
         checkpoint("AddRow");
@@ -497,19 +497,21 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     clearMessages();
     putUpMessage("Preparing shape for mesher...");
     m_firstInvalidStep.clear();
-    PrepareShape(size, divisions, false);
+    const int splits = m_extended ? extendedSplits(size) : 0;
+    const double pavedSize = std::ldexp(size, splits);
+    PrepareShape(pavedSize, divisions, false);
     checkpoint("PrepareShape");
     putUpMessage("Meshing boundaries...");
     // The limit was only a range check: no loop below reads iterationLimit, so CancelMeshing
     // cannot stop a run.
     iterationLimit = 100;
-    setCaps(size);
+    setCaps(pavedSize);
     m_movable.clear();
     m_movableSeen = 0;
 
     int pass = 0;
     auto current = fronts.begin();
-    while (!fronts.empty() && pass++ < m_passCap) {
+    while (!fronts.empty() && pass++ < m_passCap && !overQuadCap()) {
         BoundaryDefinition def;
         int rowCounter = 0;
         MeshVertexList& list = *current;
@@ -536,13 +538,6 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         }
     }
 
-    if (m_extended) {
-        // Whatever the caps left open is closed round its centre.
-        while (!fronts.empty()) {
-            closeByFan(fronts.front());
-            checkpoint("closeByFan");
-        }
-    }
     putUpMessage("Smoothing the mesh...");
     SmoothInterior();
     SmoothInterior();
@@ -554,6 +549,12 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     if (fronts.empty()) {
         CleanupMesh();
         checkpoint("CleanupMesh");
+    }
+    bool finished = true;
+    if (m_extended) {
+        putUpMessage("Finishing the mesh...");
+        finished = finishExtended(pavedSize, splits);
+        checkpoint("finishExtended");
     }
     for (size_t i = 0; i < vertices.size(); ++i) vertices[i]->index = static_cast<int>(i);
 
@@ -567,7 +568,8 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         putUpMessage("(A coarser or finer mesh may avoid this issue.)\r\n");
     }
     ZEVCursor().EndWaitCursor();
-    return pass < m_passCap;
+    // The extended finish closes whatever the passes left open.
+    return m_extended ? finished : pass < m_passCap;
 }
 
 }  // namespace Paver
@@ -580,6 +582,7 @@ namespace Paver {
 void CMeshModel::setCaps(double size) {
     m_rowCap = 100;
     m_passCap = 20;
+    m_quadCap = SIZE_MAX;
     if (!m_extended) return;
     // Elements the region needs at the size asked (or at the smaller size a narrow gap
     // between boundaries forces), from the area of the boundaries.
@@ -595,25 +598,9 @@ void CMeshModel::setCaps(double size) {
     // A row step lays at least one element, and a pass works on one front; fronts split, so
     // passes are allowed generously too. Both stay caps: every run ends.
     m_rowCap = std::max(100, static_cast<int>(2.0 * wanted) + 100);
+    // Rows that run away could pave far past the region; the finish closes what is left.
+    m_quadCap = static_cast<size_t>(2.0 * wanted) + 1000;
     m_passCap = std::max(20, static_cast<int>(wanted / 4.0) + 20);
-}
-
-void CMeshModel::closeByFan(MeshVertexList list) {
-    const int n = FrontSize(list);
-    if (n >= 4 && n % 2 == 0) {
-        // An even front becomes n/2 elements, each on two front edges and its centre.
-        CPoint2D centre(0.0, 0.0);
-        MeshVertex* v = list.head;
-        for (int i = 0; i < n; ++i, v = v->next) centre += v->point;
-        MeshVertex* c = NewVertex(centre / static_cast<double>(n));
-        vertices.push_back(c);
-        v = list.head;
-        for (int i = 0; i < n; i += 2, v = v->next->next)
-            quads.push_back(NewQuad(v, v->next, v->next->next, c));
-        fronts.remove(list);
-        return;
-    }
-    RemoveBoundary(list);  // four, six, or odd: the stated closures
 }
 
 }  // namespace Paver

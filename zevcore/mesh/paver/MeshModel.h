@@ -33,6 +33,7 @@
 // The per-node lists may hold elements that no longer have that node as a corner (see
 // MeshVertex::quads); readers filter with Quad::HasVertex.
 
+#include <cstdint>
 #include <list>
 #include <memory>
 #include <string>
@@ -336,7 +337,15 @@ private:
     std::vector<MeshVertex*> m_movable;
     size_t m_movableSeen = 0;
     void setCaps(double size);
-    void closeByFan(MeshVertexList list);
+    /// Extended mode stops paving at this many elements.
+    size_t m_quadCap = SIZE_MAX;
+    bool overQuadCap() const { return quads.size() > m_quadCap; }
+    /// How often extended mode splits its elements: the paver works at the size times 2 to
+    /// that power, so that a fine region costs the paver a fraction of its elements.
+    int extendedSplits(double size) const;
+    /// Extended mode's finish: bad elements out, the open part closed, every element split.
+    /// False, with the paved elements left as they were, when the region could not be closed.
+    bool finishExtended(double pavedSize, int splits);
     std::string m_firstInvalidStep;
 };
 

@@ -1,0 +1,3 @@
+#include "zevcore/platform/Window.h"
+
+CWnd::~CWnd() = default;
