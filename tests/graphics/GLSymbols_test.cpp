@@ -69,6 +69,11 @@ TEST_F(GLTest, UnprojectingADrawnPointGivesItBack) {
     CPoint3D untouched(7, 8, 9);
     EXPECT_FALSE(Get3DPointFromScreen(screen, untouched, 2.0f));
     EXPECT_EQ(untouched, CPoint3D(7, 8, 9));
+    EXPECT_FALSE(Get3DPointFromScreen(screen, untouched, std::nanf("")));
+    EXPECT_FALSE(GetScreenPtFrom3DPoint(CPoint3D(std::nan(""), 0, 0), screen));
+    // Corners beyond the float range are clamped to it, never converted out of range.
+    DrawQuadPlate({-1e300, 0, 0}, {1e300, 0, 0}, {1e300, 1e300, 0}, {-1e300, 1e300, 0}, 0.0);
+    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 TEST_F(GLTest, LineArrowHasItsTipAtTheOriginAndItsTailAlongNegativeX) {

@@ -222,6 +222,11 @@ std::vector<unsigned char> drawScene(const Scene& s, const Options& o, int width
     bounds(s, minX, minY, maxX, maxY);
     if (!(minX <= maxX)) throw std::runtime_error("nothing to draw");
     const double extent = std::max({maxX - minX, maxY - minY, 1e-9});
+    // OpenGL draws in floats: a region must stand well within their range, so that the
+    // symbols' sizes and the view's margins stay finite.
+    if (!(extent < 1e30) ||
+        !(std::max({std::fabs(minX), std::fabs(maxX), std::fabs(minY), std::fabs(maxY)}) < 1e30))
+        throw std::runtime_error("the coordinates are too large to draw (1e30 or more)");
     const double cx = (minX + maxX) / 2, cy = (minY + maxY) / 2;
     // Room for the symbols round the region, and the picture's proportions kept.
     double halfW = 0.68 * extent, halfH = 0.68 * extent;

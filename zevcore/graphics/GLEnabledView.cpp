@@ -3,6 +3,7 @@
 #include <GL/gl.h>
 #include <GL/glu.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <sstream>
@@ -507,6 +508,7 @@ bool GetScreenPtFrom3DPoint(const CPoint3D& model, CPoint& screen, double& depth
     if (gluProject(model.x, model.y, model.z, modelview, projection, viewport, &x, &y, &z) !=
         GL_TRUE)
         return false;
+    if (!std::isfinite(x) || !std::isfinite(y)) return false;
     // Truncation towards zero; a point far off screen saturates rather than overflowing.
     auto toLong = [](double v) {
         return v >= 2147483647.0    ? 2147483647

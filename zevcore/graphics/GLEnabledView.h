@@ -171,7 +171,8 @@ private:
 /// reads the depth buffer there. False, and `model` untouched, for a depth above 1 or a
 /// failed unprojection.
 ZEVCORE_API bool Get3DPointFromScreen(const CPoint& screen, CPoint3D& model, float depth);
-/// The window pixel (y down, truncated) of a model point, and its depth.
+/// The window pixel (y down, truncated) of a model point, and its depth; false when the
+/// projection fails or gives no finite pixel.
 ZEVCORE_API bool GetScreenPtFrom3DPoint(const CPoint3D& model, CPoint& screen);
 ZEVCORE_API bool GetScreenPtFrom3DPoint(const CPoint3D& model, CPoint& screen, double& depth);
 

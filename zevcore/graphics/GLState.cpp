@@ -2,11 +2,25 @@
 
 #include <GL/gl.h>
 
+#include <cfloat>
+
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
 
 bool g_bDrawWireframe = false;
+
+namespace {
+
+// A double as a float; one beyond the float range is clamped to it, as a plain conversion of
+// such a value is undefined.
+inline GLfloat narrow(double v) {
+    if (v > FLT_MAX) return FLT_MAX;
+    if (v < -FLT_MAX) return -FLT_MAX;
+    return static_cast<GLfloat>(v);
+}
+
+}  // namespace
 int gOpenGLMajorVersion = -1;
 float gMaxGLLineWidth = 1.0f;
 float gMemberLineDisplayDepth = 0.999f;
@@ -102,9 +116,8 @@ void ApplyDefaultGLLight() {
 }
 
 void ApplyGLHeadlight(const CPoint3D& direction) {
-    const GLfloat position[] = {static_cast<GLfloat>(direction.x),
-                                static_cast<GLfloat>(direction.y),
-                                static_cast<GLfloat>(direction.z), 0.0f};
+    const GLfloat position[] = {narrow(direction.x), narrow(direction.y), narrow(direction.z),
+                                0.0f};
     const GLfloat diffuse[] = {0.75f, 0.75f, 0.75f, 1.0f};
     const GLfloat ambient[] = {0.3f, 0.3f, 0.3f, 1.0f};
     glShadeModel(GL_SMOOTH);

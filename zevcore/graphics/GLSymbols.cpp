@@ -2,6 +2,8 @@
 
 #include <GL/gl.h>
 
+#include <cfloat>
+
 #include <algorithm>
 #include <cmath>
 
@@ -14,6 +16,18 @@
 #include "zevcore/graphics/GLTessellatedPolygon.h"
 
 CGLText::~CGLText() = default;
+
+namespace {
+
+// A double as a float; one beyond the float range is clamped to it, as a plain conversion of
+// such a value is undefined.
+inline GLfloat narrow(double v) {
+    if (v > FLT_MAX) return FLT_MAX;
+    if (v < -FLT_MAX) return -FLT_MAX;
+    return static_cast<GLfloat>(v);
+}
+
+}  // namespace
 
 namespace {
 
@@ -64,10 +78,10 @@ void drawPrism(const CPoint3D c[8]) {
             const CPoint3D& p = c[faces[f][k]];
             GLfloat* v = vertices + 12 * f + 3 * k;
             GLfloat* m = normals + 12 * f + 3 * k;
-            v[0] = static_cast<GLfloat>(p.x), v[1] = static_cast<GLfloat>(p.y);
-            v[2] = static_cast<GLfloat>(p.z);
-            m[0] = static_cast<GLfloat>(n.x), m[1] = static_cast<GLfloat>(n.y);
-            m[2] = static_cast<GLfloat>(n.z);
+            v[0] = narrow(p.x), v[1] = narrow(p.y);
+            v[2] = narrow(p.z);
+            m[0] = narrow(n.x), m[1] = narrow(n.y);
+            m[2] = narrow(n.z);
         }
     }
     glEnableClientState(GL_VERTEX_ARRAY);
@@ -360,8 +374,7 @@ void DrawBox(float x, float y, float z, bool centred) {
 }
 
 void DrawBox(const CAABB& box) {
-    DrawBox(static_cast<float>(box.extents.x), static_cast<float>(box.extents.y),
-            static_cast<float>(box.extents.z), true);
+    DrawBox(narrow(box.extents.x), narrow(box.extents.y), narrow(box.extents.z), true);
 }
 
 void DrawBox(const COrientedBox& box) {
@@ -569,9 +582,9 @@ void DrawHelix(float length, int turns, float radius) {
     GLfloat points[63];
     for (int i = 0; i <= 20; ++i) {
         const double angle = kTwoPi * turns * i / 20.0;
-        points[3 * i] = static_cast<GLfloat>(length * i / 20.0);
-        points[3 * i + 1] = static_cast<GLfloat>(radius * std::cos(angle));
-        points[3 * i + 2] = static_cast<GLfloat>(radius * std::sin(angle));
+        points[3 * i] = narrow(length * i / 20.0);
+        points[3 * i + 1] = narrow(radius * std::cos(angle));
+        points[3 * i + 2] = narrow(radius * std::sin(angle));
     }
     lineStrip(points, 21);
 }
@@ -581,9 +594,9 @@ void DrawSpiral(int turns, float radius) {
     GLfloat points[63];
     for (int i = 0; i <= 20; ++i) {
         const double angle = kTwoPi * turns * i / 20.0, r = radius * i / 20.0;
-        points[3 * i] = static_cast<GLfloat>(r * std::cos(angle));
+        points[3 * i] = narrow(r * std::cos(angle));
         points[3 * i + 1] = 0.0f;
-        points[3 * i + 2] = static_cast<GLfloat>(r * std::sin(angle));
+        points[3 * i + 2] = narrow(r * std::sin(angle));
     }
     lineStrip(points, 21);
 }

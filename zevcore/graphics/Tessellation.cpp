@@ -1,7 +1,9 @@
 // The tessellator, display lists, faces, tessellated polygons and rubber bands.
 
 #include <GL/gl.h>
+
 #include <GL/glu.h>
+#include <cfloat>
 
 #include <cstdio>
 #include <cstring>
@@ -15,6 +17,14 @@
 #include "zevcore/platform/Host.h"
 
 namespace {
+
+// A double as a float; one beyond the float range is clamped to it, as a plain conversion of
+// such a value is undefined.
+inline GLfloat narrow(double v) {
+    if (v > FLT_MAX) return FLT_MAX;
+    if (v < -FLT_MAX) return -FLT_MAX;
+    return static_cast<GLfloat>(v);
+}
 
 // What GLU hands over while one polygon is tessellated; shared by every tessellator.
 struct CombinedVertex {
@@ -213,15 +223,11 @@ void CGLFace::addTextureCoords(const CPoint3D& a, const CPoint3D& b, const CPoin
 }
 
 void CGLFace::Draw() const {
-    glNormal3f(static_cast<GLfloat>(m_normal.x), static_cast<GLfloat>(m_normal.y),
-               static_cast<GLfloat>(m_normal.z));
+    glNormal3f(narrow(m_normal.x), narrow(m_normal.y), narrow(m_normal.z));
     const int corners = m_bTriangle ? 3 : 4;
     for (int i = 0; i < corners; ++i) {
-        if (m_bTextured)
-            glTexCoord2f(static_cast<GLfloat>(m_texture[i].x),
-                         static_cast<GLfloat>(m_texture[i].y));
-        glVertex3f(static_cast<GLfloat>(m_corners[i].x), static_cast<GLfloat>(m_corners[i].y),
-                   static_cast<GLfloat>(m_corners[i].z));
+        if (m_bTextured) glTexCoord2f(narrow(m_texture[i].x), narrow(m_texture[i].y));
+        glVertex3f(narrow(m_corners[i].x), narrow(m_corners[i].y), narrow(m_corners[i].z));
     }
 }
 
@@ -281,8 +287,8 @@ void CGLTessellatedPolygon::generateVertices() {
     for (int i = 0; i < m_outline.getCount(); ++i) {
         const CPoint3D& p = m_outline[m_outline.getLower() + i];
         float* f = &m_outlineFloats[3 * static_cast<size_t>(i)];
-        f[0] = static_cast<float>(p.x), f[1] = static_cast<float>(p.y);
-        f[2] = static_cast<float>(p.z);
+        f[0] = narrow(p.x), f[1] = narrow(p.y);
+        f[2] = narrow(p.z);
     }
 }
 
@@ -291,9 +297,9 @@ void CGLTessellatedPolygon::loadVertexArrays() {
     m_triangleFloats = std::make_unique<float[]>(3 * n + 1);
     for (size_t i = 0; i < n; ++i) {
         const CPoint3D& p = m_triangles[m_triangles.getLower() + static_cast<int>(i)];
-        m_triangleFloats[3 * i] = static_cast<float>(p.x);
-        m_triangleFloats[3 * i + 1] = static_cast<float>(p.y);
-        m_triangleFloats[3 * i + 2] = static_cast<float>(p.z);
+        m_triangleFloats[3 * i] = narrow(p.x);
+        m_triangleFloats[3 * i + 1] = narrow(p.y);
+        m_triangleFloats[3 * i + 2] = narrow(p.z);
     }
 }
 
@@ -308,7 +314,7 @@ void xorPass(CDC* dc, double pointSize, Draw draw) {
     glOrtho(0, width, height, 0, -1, 1);
     glDisable(GL_DEPTH_TEST);
     glColor3f(1.0f, 1.0f, 1.0f);
-    glPointSize(static_cast<GLfloat>(pointSize));
+    glPointSize(narrow(pointSize));
     glLineWidth(1.0f);
     glEnable(GL_COLOR_LOGIC_OP);
     glLogicOp(GL_XOR);
