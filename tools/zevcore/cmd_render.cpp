@@ -4,9 +4,11 @@
 #include <GL/gl.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <iostream>
+#include <map>
 #include <optional>
 
 #include "Args.h"
@@ -215,6 +217,29 @@ void drawElements(const Mesh& mesh) {
     }
 }
 
+// The edges of a mesh that only one element has: its outline, drawn as a region's is when a
+// mesh file comes without one.
+std::vector<std::array<Point, 2>> freeEdges(const Mesh& mesh) {
+    std::map<std::pair<int, int>, int> uses;
+    for (const meshio::Element& e : mesh.elements) {
+        if (e.count != 3 && e.count != 4) continue;
+        for (int k = 0; k < e.count; ++k) {
+            const int a = e.v[static_cast<size_t>(k)],
+                      b = e.v[static_cast<size_t>((k + 1) % e.count)];
+            ++uses[{std::min(a, b), std::max(a, b)}];
+        }
+    }
+    std::vector<std::array<Point, 2>> edges;
+    const auto valid = [&mesh](int i) {
+        return i >= 0 && static_cast<size_t>(i) < mesh.nodes.size();
+    };
+    for (const auto& [edge, count] : uses)
+        if (count == 1 && valid(edge.first) && valid(edge.second))
+            edges.push_back({mesh.nodes[static_cast<size_t>(edge.first)],
+                             mesh.nodes[static_cast<size_t>(edge.second)]});
+    return edges;
+}
+
 std::vector<unsigned char> drawScene(const Scene& s, const Options& o, int width, int height) {
     CZEVOffscreenGL gl(width, height);
     if (!gl.ok()) throw std::runtime_error("no OpenGL: " + gl.error());
@@ -274,6 +299,14 @@ std::vector<unsigned char> drawScene(const Scene& s, const Options& o, int width
     for (const auto& loop : s.region.loops) {
         glBegin(GL_LINE_LOOP);
         for (const Point& p : loop) glVertex2d(p.x, p.y);
+        glEnd();
+    }
+    if (s.region.loops.empty()) {
+        glBegin(GL_LINES);
+        for (const auto& edge : freeEdges(s.mesh)) {
+            glVertex2d(edge[0].x, edge[0].y);
+            glVertex2d(edge[1].x, edge[1].y);
+        }
         glEnd();
     }
     glLineWidth(1.0f);
