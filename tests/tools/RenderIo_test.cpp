@@ -89,12 +89,22 @@ TEST(RenderIo, PngHoldsThePixelsTopRowFirst) {
                      "PNG: the pixels do not fill the picture");
 }
 
-TEST(RenderIo, DxfDrawingsWaitForTheReader) {
-    try {
-        render::readDxfDrawing("plan.dxf");
-        ADD_FAILURE() << "no error";
-    } catch (const InputError& e) {
-        EXPECT_STREQ(e.what(), "DXF drawings cannot be read yet");
+TEST(RenderIo, DxfDrawingsBecomeLines) {
+    // The plate: a closed polyline of 4 sides and a hole of 4 lines.
+    const render::Drawing plate = render::readDxfDrawing(ZEV_TOOL_TEST_DATA "/dxf/plate.dxf");
+    EXPECT_EQ(plate.lines.size(), 8u);
+    // A circle is 36 chords; every chord ends on it.
+    const render::Drawing rounded = render::readDxfDrawing(ZEV_TOOL_TEST_DATA "/dxf/rounded.dxf");
+    EXPECT_GT(rounded.lines.size(), 36u);
+    for (const char* file : {"plan.dxf", ZEV_TOOL_TEST_DATA "/dxf/not_a_drawing.dxf"}) {
+        try {
+            render::readDxfDrawing(file);
+            ADD_FAILURE() << file << ": no error";
+        } catch (const InputError& e) {
+            EXPECT_STREQ(e.what(), std::string(file) == "plan.dxf"
+                                       ? "cannot read the file"
+                                       : "the drawing has no lines, arcs, circles or polylines");
+        }
     }
 }
 

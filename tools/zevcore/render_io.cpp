@@ -2,14 +2,17 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <unordered_map>
 
 #include "Args.h"
+#include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/platform/Locale.h"
 
 namespace zevtool::render {
@@ -205,8 +208,90 @@ std::string pngBytes(int width, int height, const std::vector<unsigned char>& rg
     return bytes;
 }
 
-Drawing readDxfDrawing(const std::string&) {
-    throw InputError(0, "DXF drawings cannot be read yet");
+Drawing readDxfDrawing(const std::string& path) {
+    {
+        std::ifstream probe(path);
+        if (!probe) throw InputError(0, "cannot read the file");
+    }
+    CDrawing source;
+    if (!source.Create() || !source.LoadDXFFile(path.c_str()))
+        throw InputError(0, "the file holds no drawing that can be read");
+    Drawing drawing;
+    auto line = [&](double x1, double y1, double x2, double y2) {
+        if (std::isfinite(x1) && std::isfinite(y1) && std::isfinite(x2) && std::isfinite(y2))
+            drawing.lines.push_back({meshio::Point{x1, y1}, meshio::Point{x2, y2}});
+    };
+    // Curves as chords of at most 10 degrees.
+    auto arc = [&](double cx, double cy, double rx, double ry, double angle, double from,
+                   double to) {
+        if (!(to > from)) to += 2 * M_PI;
+        const int parts = std::clamp(static_cast<int>(std::ceil((to - from) / (M_PI / 18))), 1, 72);
+        const double c = std::cos(angle), s = std::sin(angle);
+        auto at = [&](double t) {
+            const double x = rx * std::cos(t), y = ry * std::sin(t);
+            return meshio::Point{cx + x * c - y * s, cy + x * s + y * c};
+        };
+        for (int k = 0; k < parts; ++k) {
+            const meshio::Point a = at(from + (to - from) * k / parts);
+            const meshio::Point b = at(from + (to - from) * (k + 1) / parts);
+            line(a.x, a.y, b.x, b.y);
+        }
+    };
+    tag_ENTITYHEADER header;
+    auto e = std::make_unique<DRWENTITYDATA>();
+    constexpr double kDegree = M_PI / 180;
+    for (unsigned long flags = FIND_FIRST;
+         drwFindEntity(source.Handle(), nullptr, &header, e.get(), flags); flags = FIND_NEXT) {
+        if (drawing.lines.size() > 10'000'000)
+            throw InputError(0, "the drawing has more than 10,000,000 lines");
+        switch (header.EntityType) {
+            case ENT_LINE:
+                line(e->Line.Point0.x, e->Line.Point0.y, e->Line.Point1.x, e->Line.Point1.y);
+                break;
+            case ENT_CIRCLE:
+                arc(e->Circle.Point0.x, e->Circle.Point0.y, e->Circle.Radius, e->Circle.Radius, 0,
+                    0, 2 * M_PI);
+                break;
+            case ENT_ARC:
+                arc(e->Arc.Point0.x, e->Arc.Point0.y, e->Arc.Radius, e->Arc.Radius, 0,
+                    e->Arc.StartAngle * kDegree, e->Arc.EndAngle * kDegree);
+                break;
+            case ENT_ELLIPSE: {
+                const tag_ENTELLIPSE& el = e->Ellipse;
+                const double major = std::hypot(el.MajorAxisEndPoint.x, el.MajorAxisEndPoint.y);
+                arc(el.CenterPoint.x, el.CenterPoint.y, major, major * el.MinorToMajorRatio,
+                    std::atan2(el.MajorAxisEndPoint.y, el.MajorAxisEndPoint.x), el.StartParam,
+                    el.EndParam);
+                break;
+            }
+            case ENT_SOLID:
+            case ENT_FACE3D: {
+                // A solid's third and fourth corners go the other way round from a face's.
+                const bool solid = header.EntityType == ENT_SOLID;
+                const tag_REALPOINT* p[4] = {&e->Solid.Point0, &e->Solid.Point1,
+                                             solid ? &e->Solid.Point3 : &e->Solid.Point2,
+                                             solid ? &e->Solid.Point2 : &e->Solid.Point3};
+                for (int k = 0; k < 4; ++k)
+                    line(p[k]->x, p[k]->y, p[(k + 1) % 4]->x, p[(k + 1) % 4]->y);
+                break;
+            }
+            case ENT_POLYLINE: {
+                const tag_ENTPOLYLINE& pl = e->PolyLine;
+                const DWORD n = pl.nVertex;
+                for (DWORD k = 0; pl.pVertex && k + 1 < n + ((pl.Flag & 1) ? 1 : 0); ++k) {
+                    const tag_REALPOINT& a = pl.pVertex[k].Point;
+                    const tag_REALPOINT& b = pl.pVertex[(k + 1) % n].Point;
+                    line(a.x, a.y, b.x, b.y);
+                }
+                break;
+            }
+            default:
+                break;
+        }
+    }
+    if (drawing.lines.empty())
+        throw InputError(0, "the drawing has no lines, arcs, circles or polylines");
+    return drawing;
 }
 
 }  // namespace zevtool::render

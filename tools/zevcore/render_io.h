@@ -30,9 +30,9 @@ struct Drawing {
     std::vector<std::array<meshio::Point, 2>> lines;
 };
 
-/// A DXF drawing's lines, for the renderer to draw as it draws a mesh's outlines. This is
-/// the one place the DXF reader plugs into; until it lands every call throws
-/// meshio::InputError(0, "DXF drawings cannot be read yet").
+/// A DXF drawing's lines, arcs, circles, ellipses, polylines, solids and faces, curves as
+/// chords of at most 10 degrees, for the renderer to draw as it draws a mesh's outlines.
+/// Throws meshio::InputError on line 0 for a file that cannot be read or holds no lines.
 Drawing readDxfDrawing(const std::string& path);
 
 }  // namespace zevtool::render
