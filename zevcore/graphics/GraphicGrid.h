@@ -96,6 +96,11 @@ public:
     /// Three floats a vertex, `lineVertexCount()` vertices: what a draw call reads.
     const float* vertexBuffer() const { return lineVertices.get(); }
     std::int32_t vertexCount() const { return lineVertexCount; }
+    /// Draws the vertex buffer as points, in the current context. The names are crossed, and
+    /// callers rely on it: DrawLines draws points and DrawPoints draws segments.
+    void DrawLines() const;
+    /// Draws the vertex buffer as segments, two vertices each.
+    void DrawPoints() const;
 
     void setName(const CString& name) { m_name = name; }
     void setVisibility(bool on) { visible = on; }

@@ -63,6 +63,19 @@ using HINSTANCE = struct HINSTANCE__*;
 using HWND = struct HWND__*;
 using HKEY = struct HKEY__*;
 using HICON = struct HICON__*;
+/// A device context (a surface to draw on) and an OpenGL rendering context, both issued by
+/// the installed OpenGL platform (`platform/GLPlatform.h`).
+using HDC = struct HDC__*;
+using HGLRC = struct HGLRC__*;
+
+/// A position in pixels, x to the right and y down from the window's top left.
+struct CPoint {
+    LONG x = 0;
+    LONG y = 0;
+    constexpr CPoint() = default;
+    constexpr CPoint(LONG px, LONG py) : x(px), y(py) {}
+    constexpr bool operator==(const CPoint&) const = default;
+};
 
 // The roots of the settings store, with the numbers the stored data and callers know.
 #define HKEY_CLASSES_ROOT (reinterpret_cast<HKEY>(static_cast<std::uintptr_t>(0x80000000u)))

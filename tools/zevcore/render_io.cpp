@@ -1,0 +1,297 @@
+#include "render_io.h"
+
+#include <png.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <unordered_map>
+
+#include "Args.h"
+#include "zevcore/files/dxf/Drawing.h"
+#include "zevcore/platform/Locale.h"
+
+namespace zevtool::render {
+
+using meshio::InputError;
+using meshio::Mesh;
+
+namespace {
+
+constexpr long long kMaxItems = 10000000;
+
+// One line at a time, with its number, split into words.
+class Lines {
+public:
+    explicit Lines(const std::string& text) : m_text(text) {}
+    bool next() {
+        if (m_at >= m_text.size()) return false;
+        size_t end = m_text.find('\n', m_at);
+        if (end == std::string::npos) end = m_text.size();
+        m_line.assign(m_text, m_at, end - m_at);
+        if (!m_line.empty() && m_line.back() == '\r') m_line.pop_back();
+        m_at = end + 1;
+        ++m_number;
+        m_words.clear();
+        size_t i = 0;
+        while (i < m_line.size()) {
+            while (i < m_line.size() && (m_line[i] == ' ' || m_line[i] == '\t')) ++i;
+            size_t j = i;
+            while (j < m_line.size() && m_line[j] != ' ' && m_line[j] != '\t') ++j;
+            if (j > i) m_words.emplace_back(m_line, i, j - i);
+            i = j;
+        }
+        return true;
+    }
+    const std::string& line() const { return m_line; }
+    const std::vector<std::string>& words() const { return m_words; }
+    int number() const { return m_number; }
+    [[noreturn]] void fail(const std::string& what) const { throw InputError(m_number, what); }
+    void expect(const char* keyword) {
+        if (!next()) throw InputError(m_number, std::string("missing ") + keyword);
+        if (words().size() != 1 || words()[0] != keyword) fail(std::string("expected ") + keyword);
+    }
+    long long count() {
+        if (!next() || words().size() != 1) fail("expected a count");
+        std::optional<long long> n = parseWhole(words()[0]);
+        if (!n || *n < 0 || *n > kMaxItems)
+            fail("the count must be a whole number from 0 to 10000000");
+        return *n;
+    }
+    long long whole(size_t i) const {
+        std::optional<long long> n = i < m_words.size() ? parseWhole(m_words[i]) : std::nullopt;
+        if (!n) fail("expected a whole number");
+        return *n;
+    }
+    double number(size_t i) const {
+        std::optional<double> v = i < m_words.size() ? parseNumber(m_words[i]) : std::nullopt;
+        if (!v) fail("expected a number");
+        return *v;
+    }
+
+private:
+    const std::string& m_text;
+    size_t m_at = 0;
+    int m_number = 0;
+    std::string m_line;
+    std::vector<std::string> m_words;
+};
+
+}  // namespace
+
+Mesh parseMshText(const std::string& text) {
+    Lines in(text);
+    in.expect("$MeshFormat");
+    if (!in.next() || in.words().size() != 3 || in.words()[0] != "2.2" || in.words()[1] != "0")
+        in.fail("only Gmsh MSH 2.2 ASCII files are read");
+    in.expect("$EndMeshFormat");
+    // Sections other than nodes and elements are skipped.
+    Mesh mesh;
+    std::unordered_map<long long, int> nodeAt;
+    bool haveNodes = false, haveElements = false;
+    while (in.next()) {
+        if (in.words().empty()) continue;
+        const std::string section = in.words()[0];
+        if (section == "$Nodes" && !haveNodes) {
+            haveNodes = true;
+            const long long n = in.count();
+            for (long long k = 0; k < n; ++k) {
+                if (!in.next()) in.fail("the file ends inside $Nodes");
+                if (in.words().size() != 4) in.fail("expected a node: number x y z");
+                const long long id = in.whole(0);
+                const double x = in.number(1), y = in.number(2);
+                in.number(3);
+                if (!nodeAt.emplace(id, static_cast<int>(mesh.nodes.size())).second)
+                    in.fail("node " + in.words()[0] + " appears twice");
+                mesh.nodes.push_back({x, y});
+            }
+            in.expect("$EndNodes");
+        } else if (section == "$Elements" && !haveElements) {
+            haveElements = true;
+            const long long n = in.count();
+            for (long long k = 0; k < n; ++k) {
+                if (!in.next()) in.fail("the file ends inside $Elements");
+                const long long type = in.whole(1), tags = in.whole(2);
+                if (tags < 0 || tags > 100) in.fail("the tag count must be from 0 to 100");
+                const int corners = type == 2 ? 3 : type == 3 ? 4 : 0;
+                if (corners == 0) continue;
+                if (in.words().size() != static_cast<size_t>(3 + tags + corners))
+                    in.fail("wrong number of node numbers for the element type");
+                meshio::Element e;
+                e.count = corners;
+                for (int c = 0; c < corners; ++c) {
+                    auto found = nodeAt.find(in.whole(static_cast<size_t>(3 + tags + c)));
+                    if (found == nodeAt.end())
+                        in.fail("the element names a node that is not defined");
+                    e.v[static_cast<size_t>(c)] = found->second;
+                }
+                mesh.elements.push_back(e);
+            }
+            in.expect("$EndElements");
+        } else if (section.size() > 1 && section[0] == '$' && section.rfind("$End", 0) != 0) {
+            const std::string end = "$End" + section.substr(1);
+            while (in.next())
+                if (in.words().size() == 1 && in.words()[0] == end) break;
+        } else {
+            in.fail("unexpected line '" + in.line().substr(0, 40) + "'");
+        }
+    }
+    if (!haveNodes) throw InputError(0, "the file has no $Nodes section");
+    return mesh;
+}
+
+Mesh readMshFile(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        throw InputError(0, "cannot read the file: it is a folder");
+    std::ifstream in(path, std::ios::binary);
+    if (!in) throw InputError(0, "cannot read the file");
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    if (in.bad()) throw InputError(0, "cannot read the file");
+    return parseMshText(text);
+}
+
+bool parseSize(const std::string& text, int& width, int& height) {
+    const size_t x = text.find_first_of("xX");
+    if (x == std::string::npos) return false;
+    std::optional<long long> w = parseWhole(std::string_view(text).substr(0, x));
+    std::optional<long long> h = parseWhole(std::string_view(text).substr(x + 1));
+    if (!w || !h || *w < 16 || *w > 8192 || *h < 16 || *h > 8192) return false;
+    width = static_cast<int>(*w);
+    height = static_cast<int>(*h);
+    return true;
+}
+
+namespace {
+
+void appendPng(png_structp png, png_bytep data, png_size_t length) {
+    static_cast<std::string*>(png_get_io_ptr(png))->append(reinterpret_cast<char*>(data), length);
+}
+
+void quiet(png_structp, png_const_charp) {}
+
+// libpng reports a failure by a long jump back here, so nothing between the setjmp and the
+// library's calls may need destroying.
+bool writePng(png_structp png, png_infop info, int width, int height, const unsigned char* rgba) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
+                 PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    png_set_filler(png, 0, PNG_FILLER_AFTER);  // the rows are RGBA; the file is RGB
+    for (int row = 0; row < height; ++row)
+        png_write_row(png, rgba + 4 * static_cast<size_t>(width) * static_cast<size_t>(row));
+    png_write_end(png, nullptr);
+    return true;
+}
+
+}  // namespace
+
+std::string pngBytes(int width, int height, const std::vector<unsigned char>& rgba) {
+    if (width < 1 || height < 1 ||
+        rgba.size() != 4 * static_cast<size_t>(width) * static_cast<size_t>(height))
+        throw std::runtime_error("PNG: the pixels do not fill the picture");
+    std::string bytes;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, quiet);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    bool written = false;
+    if (png && info) {
+        png_set_write_fn(png, &bytes, appendPng, nullptr);
+        written = writePng(png, info, width, height, rgba.data());
+    }
+    png_destroy_write_struct(&png, &info);
+    if (!written) throw std::runtime_error("PNG: the picture could not be encoded");
+    return bytes;
+}
+
+Drawing readDxfDrawing(const std::string& path) {
+    {
+        std::ifstream probe(path);
+        if (!probe) throw InputError(0, "cannot read the file");
+    }
+    CDrawing source;
+    if (!source.Create() || !source.LoadDXFFile(path.c_str()))
+        throw InputError(0, "the file holds no drawing that can be read");
+    Drawing drawing;
+    auto line = [&](double x1, double y1, double x2, double y2) {
+        if (std::isfinite(x1) && std::isfinite(y1) && std::isfinite(x2) && std::isfinite(y2))
+            drawing.lines.push_back({meshio::Point{x1, y1}, meshio::Point{x2, y2}});
+    };
+    // Curves as chords of at most 10 degrees.
+    auto arc = [&](double cx, double cy, double rx, double ry, double angle, double from,
+                   double to) {
+        if (!(to > from)) to += 2 * M_PI;
+        const int parts = std::clamp(static_cast<int>(std::ceil((to - from) / (M_PI / 18))), 1, 72);
+        const double c = std::cos(angle), s = std::sin(angle);
+        auto at = [&](double t) {
+            const double x = rx * std::cos(t), y = ry * std::sin(t);
+            return meshio::Point{cx + x * c - y * s, cy + x * s + y * c};
+        };
+        for (int k = 0; k < parts; ++k) {
+            const meshio::Point a = at(from + (to - from) * k / parts);
+            const meshio::Point b = at(from + (to - from) * (k + 1) / parts);
+            line(a.x, a.y, b.x, b.y);
+        }
+    };
+    tag_ENTITYHEADER header;
+    auto e = std::make_unique<DRWENTITYDATA>();
+    constexpr double kDegree = M_PI / 180;
+    for (unsigned long flags = FIND_FIRST;
+         drwFindEntity(source.Handle(), nullptr, &header, e.get(), flags); flags = FIND_NEXT) {
+        if (drawing.lines.size() > 10'000'000)
+            throw InputError(0, "the drawing has more than 10,000,000 lines");
+        switch (header.EntityType) {
+            case ENT_LINE:
+                line(e->Line.Point0.x, e->Line.Point0.y, e->Line.Point1.x, e->Line.Point1.y);
+                break;
+            case ENT_CIRCLE:
+                arc(e->Circle.Point0.x, e->Circle.Point0.y, e->Circle.Radius, e->Circle.Radius, 0,
+                    0, 2 * M_PI);
+                break;
+            case ENT_ARC:
+                arc(e->Arc.Point0.x, e->Arc.Point0.y, e->Arc.Radius, e->Arc.Radius, 0,
+                    e->Arc.StartAngle * kDegree, e->Arc.EndAngle * kDegree);
+                break;
+            case ENT_ELLIPSE: {
+                const tag_ENTELLIPSE& el = e->Ellipse;
+                const double major = std::hypot(el.MajorAxisEndPoint.x, el.MajorAxisEndPoint.y);
+                arc(el.CenterPoint.x, el.CenterPoint.y, major, major * el.MinorToMajorRatio,
+                    std::atan2(el.MajorAxisEndPoint.y, el.MajorAxisEndPoint.x), el.StartParam,
+                    el.EndParam);
+                break;
+            }
+            case ENT_SOLID:
+            case ENT_FACE3D: {
+                // A solid's third and fourth corners go the other way round from a face's.
+                const bool solid = header.EntityType == ENT_SOLID;
+                const tag_REALPOINT* p[4] = {&e->Solid.Point0, &e->Solid.Point1,
+                                             solid ? &e->Solid.Point3 : &e->Solid.Point2,
+                                             solid ? &e->Solid.Point2 : &e->Solid.Point3};
+                for (int k = 0; k < 4; ++k)
+                    line(p[k]->x, p[k]->y, p[(k + 1) % 4]->x, p[(k + 1) % 4]->y);
+                break;
+            }
+            case ENT_POLYLINE: {
+                const tag_ENTPOLYLINE& pl = e->PolyLine;
+                const DWORD n = pl.nVertex;
+                for (DWORD k = 0; pl.pVertex && k + 1 < n + ((pl.Flag & 1) ? 1 : 0); ++k) {
+                    const tag_REALPOINT& a = pl.pVertex[k].Point;
+                    const tag_REALPOINT& b = pl.pVertex[(k + 1) % n].Point;
+                    line(a.x, a.y, b.x, b.y);
+                }
+                break;
+            }
+            default:
+                break;
+        }
+    }
+    if (drawing.lines.empty())
+        throw InputError(0, "the drawing has no lines, arcs, circles or polylines");
+    return drawing;
+}
+
+}  // namespace zevtool::render
