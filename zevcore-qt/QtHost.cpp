@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "zevcore-qt/QtConvert.h"
+#include "zevcore-qt/QtGLView.h"
 #include "zevcore-qt/QtGdi.h"
 #include "zevcore-qt/QtProgressView.h"
 #include "zevcore-qt/UnitStyleDialog.h"
@@ -302,7 +303,8 @@ void CZEVQtCursor::EndWaitCursor() {
 CZEVQtHost::CZEVQtHost()
     : m_progress(std::make_unique<CZEVQtProgressViews>()),
       m_gdi(std::make_unique<CZEVQtGdi>()),
-      m_unitStyle(std::make_unique<CZEVQtUnitStyleRunner>()) {
+      m_unitStyle(std::make_unique<CZEVQtUnitStyleRunner>()),
+      m_gl(std::make_unique<CZEVQtGLPlatform>()) {
     m_oldWindows = ZEVInstallWindows(&m_windows);
     m_oldTimers = ZEVInstallTimers(&m_timers);
     m_oldDialogs = ZEVInstallDialogs(&m_dialogs);
@@ -310,9 +312,11 @@ CZEVQtHost::CZEVQtHost()
     m_oldProgress = ZEVInstallProgressViews(m_progress.get());
     m_oldGdi = ZEVInstallGdi(m_gdi.get());
     m_oldUnitStyle = Units::installUnitStyleDialogRunner(m_unitStyle.get());
+    m_oldGL = ZEVInstallGL(m_gl.get());
 }
 
 CZEVQtHost::~CZEVQtHost() {
+    ZEVInstallGL(m_oldGL);
     Units::installUnitStyleDialogRunner(m_oldUnitStyle);
     ZEVInstallGdi(m_oldGdi);
     ZEVInstallProgressViews(m_oldProgress);

@@ -19,6 +19,8 @@
 class QTimer;
 class QWidget;
 class IZEVGdiService;
+class IZEVGLPlatform;
+class CZEVQtGLPlatform;
 class IZEVProgressViewFactory;
 namespace Units {
 class IUnitStyleDialogRunner;
@@ -112,9 +114,9 @@ private:
     int m_depth = 0;
 };
 
-/// Every service above, the progress views, the desktop's colours and fonts and the unit
-/// style dialog, installed for the object's lifetime; what was installed before comes back
-/// when it goes.
+/// Every service above, the progress views, the desktop's colours and fonts, the OpenGL
+/// platform of the views and the unit style dialog, installed for the object's lifetime;
+/// what was installed before comes back when it goes.
 class CZEVQtHost {
 public:
     CZEVQtHost();
@@ -126,6 +128,7 @@ public:
     CZEVQtTimers& Timers() { return m_timers; }
     CZEVQtDialogs& Dialogs() { return m_dialogs; }
     CZEVQtCursor& Cursor() { return m_cursor; }
+    CZEVQtGLPlatform& GL() { return *m_gl; }
 
 private:
     CZEVQtWindows m_windows;
@@ -135,6 +138,7 @@ private:
     std::unique_ptr<IZEVProgressViewFactory> m_progress;
     std::unique_ptr<IZEVGdiService> m_gdi;
     std::unique_ptr<Units::IUnitStyleDialogRunner> m_unitStyle;
+    std::unique_ptr<CZEVQtGLPlatform> m_gl;
 
     IZEVWindowService* m_oldWindows;
     IZEVTimerService* m_oldTimers;
@@ -143,4 +147,5 @@ private:
     IZEVProgressViewFactory* m_oldProgress;
     IZEVGdiService* m_oldGdi;
     Units::IUnitStyleDialogRunner* m_oldUnitStyle;
+    IZEVGLPlatform* m_oldGL;
 };
