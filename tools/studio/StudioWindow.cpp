@@ -8,9 +8,12 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
+#include <QOffscreenSurface>
+#include <QOpenGLContext>
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QTextCursor>
 #include <QVBoxLayout>
@@ -19,6 +22,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "GLMeshView.h"
 #include "MeshView.h"
 #include "Output.h"
 #include "mesh_dxf.h"
@@ -58,6 +62,15 @@ std::string readText(const QString& path) {
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+// OpenGL in a window: not on Qt's offscreen and minimal platforms, nor where no context can
+// be made.
+bool openGLAvailable() {
+    const QString platform = QGuiApplication::platformName();
+    if (platform == "offscreen" || platform == "minimal") return false;
+    QOpenGLContext context;
+    return context.create();
 }
 
 template <typename Item>
@@ -109,9 +122,17 @@ StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
         const QString y = QString::fromUtf8(Units::show(UNIT_LENGTH_SMALL, at.y(), UNIT_SHOW));
         m_coordinates->setText(QString("x %1   y %2").arg(x, y));
     });
+    m_views = new QStackedWidget(this);
+    m_views->addWidget(m_view);
+    if (openGLAvailable()) {
+        m_glView = new GLMeshView(m_host.GL(), this);
+        m_views->addWidget(m_glView);
+        m_views->setCurrentWidget(m_glView);
+        connect(m_glView, &GLMeshView::pointerMoved, m_view, &MeshView::pointerMoved);
+    }
     auto* splitter = new QSplitter(this);
     splitter->addWidget(side);
-    splitter->addWidget(m_view);
+    splitter->addWidget(m_views);
     splitter->setStretchFactor(1, 1);
     splitter->setSizes({340, 700});
     setCentralWidget(splitter);
@@ -161,7 +182,14 @@ void StudioWindow::buildMenus() {
     file->addAction(tr("&Quit"), QKeySequence::Quit, this, [this] { close(); });
     QMenu* mesh = menuBar()->addMenu(tr("&Mesh"));
     mesh->addAction(tr("&Mesh now"), QKeySequence(Qt::Key_F5), this, [this] { MeshNow(); });
-    mesh->addAction(tr("&Fit to window"), this, [this] { m_view->Fit(); });
+    mesh->addAction(tr("&Fit to window"), this, [this] {
+        m_view->Fit();
+        if (m_glView) m_glView->Fit();
+    });
+    m_glAction = mesh->addAction(tr("&OpenGL view"), this, [this](bool on) { ShowGL(on); });
+    m_glAction->setCheckable(true);
+    m_glAction->setEnabled(m_glView != nullptr);
+    m_glAction->setChecked(m_glView != nullptr);
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
     tools->addAction(tr("&Units..."), this, [this] { chooseUnits(); });
     tools->addAction(tr("&Preferences..."), this, [this] { ShowPreferences(); });
@@ -307,6 +335,11 @@ void StudioWindow::showRegion() {
     m_view->SetGrids(m_grids.get());
     m_view->SetRegion(m_region);
     m_view->SetMesh(m_mesh);
+    if (m_glView) {
+        m_glView->SetGrids(m_grids.get());
+        m_glView->SetRegion(m_region);
+        m_glView->SetMesh(m_mesh);
+    }
 }
 
 bool StudioWindow::SaveProject(const QString& path) {
@@ -437,6 +470,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     if (stopped) {
         m_mesh = {};
         m_view->SetMesh(m_mesh);
+        if (m_glView) m_glView->SetMesh(m_mesh);
         m_summary->setPlainText(
             tr("Meshing stopped by the user after %1 progress line(s).").arg(m_lines));
         setStatus(tr("Meshing stopped"));
@@ -444,6 +478,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     }
     m_mesh = std::move(mesh);
     m_view->SetMesh(m_mesh);
+    if (m_glView) m_glView->SetMesh(m_mesh);
     if (m_mesh.elements.empty()) {
         m_summary->setPlainText(tr("No mesh: %1").arg(failure));
         setStatus(tr("Meshing failed"));
@@ -493,8 +528,11 @@ void StudioWindow::ApplyPreferences() {
     if (auto* c = preference<CColorPreference>(*m_preferences, zevtool::kPrefMeshLines))
         lines = zevqt::toQColor(c->GetColor());
     m_view->SetColors(background, lines);
-    if (auto* grid = preference<CBoolPreference>(*m_preferences, zevtool::kPrefShowGrid))
+    if (m_glView) m_glView->SetColors(background, lines);
+    if (auto* grid = preference<CBoolPreference>(*m_preferences, zevtool::kPrefShowGrid)) {
         m_view->SetShowGrid(grid->GetValue() != 0);
+        if (m_glView) m_glView->SetShowGrid(grid->GetValue() != 0);
+    }
     if (auto* font = preference<CFontPreference>(*m_preferences, zevtool::kPrefLabelFont))
         m_view->setFont(zevqt::toQFont(font->GetFont()));
     // The rows show their values in the style now in force.
@@ -586,6 +624,20 @@ void StudioWindow::rebuildRecentMenu() {
     for (const QString& file : files)
         m_recentMenu->addAction(file, this, [this, file] { OpenFile(file); });
     m_recentMenu->setEnabled(!files.isEmpty());
+}
+
+bool StudioWindow::ShowingGL() const {
+    return m_glView && m_views->currentWidget() == m_glView;
+}
+
+void StudioWindow::ShowGL(bool on) {
+    if (!m_glView) return;
+    m_views->setCurrentWidget(on ? static_cast<QWidget*>(m_glView) : m_view);
+    if (m_glAction->isChecked() != on) m_glAction->setChecked(on);
+    if (on)
+        m_glView->Fit();
+    else
+        m_view->Fit();
 }
 
 QString StudioWindow::CoordinatesText() const {

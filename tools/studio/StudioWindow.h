@@ -28,10 +28,12 @@ class QLabel;
 class QMenu;
 class QPlainTextEdit;
 class QPushButton;
+class QStackedWidget;
 
 namespace studio {
 
 class MeshView;
+class GLMeshView;
 
 /// The studio's key under "Software\ZEV\" (shared with the command-line tool's preferences).
 inline constexpr const char* kStudioRegistryBase = "Software\\ZEV\\ZEVCore Studio";
@@ -69,6 +71,11 @@ public:
     CPropertyGrid& Grid() { return *m_grid; }
     CZEVQtGridView* GridView() const { return m_gridView; }
     MeshView* View() const { return m_view; }
+    /// The OpenGL view, or null where OpenGL cannot be had (Qt's offscreen platform).
+    GLMeshView* GLView() const { return m_glView; }
+    /// Whether the OpenGL view is the one shown.
+    bool ShowingGL() const;
+    void ShowGL(bool on);
     QPlainTextEdit* Summary() const { return m_summary; }
     QPlainTextEdit* Log() const { return m_log; }
     CPreferenceManager& Preferences() { return *m_preferences; }
@@ -109,6 +116,9 @@ private:
     std::unique_ptr<CPropertyGrid> m_grid;
     CZEVQtGridView* m_gridView = nullptr;
     MeshView* m_view = nullptr;
+    GLMeshView* m_glView = nullptr;
+    QStackedWidget* m_views = nullptr;
+    QAction* m_glAction = nullptr;
     QPlainTextEdit* m_summary = nullptr;
     QPlainTextEdit* m_log = nullptr;
     QPushButton* m_meshButton = nullptr;
