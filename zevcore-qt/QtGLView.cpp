@@ -1,11 +1,19 @@
 #include "zevcore-qt/QtGLView.h"
 
+#include <GL/gl.h>
+
+#include <QFontMetrics>
+#include <QImage>
 #include <QOpenGLContext>
+#include <QPainter>
 #include <QSurfaceFormat>
 
 #include "zevcore-qt/QtConvert.h"
 #include "zevcore-qt/QtHost.h"
 #include "zevcore/graphics/GLEnabledView.h"
+
+#include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -206,7 +214,45 @@ void CZEVQtGLPlatform::InvalidateRect(HWND window) {
 bool CZEVQtGLPlatform::UseFontBitmaps(HDC dc, const LOGFONTA& font, DWORD first, DWORD count,
                                       DWORD listBase) {
     if (!surface(dc)) return offscreen().UseFontBitmaps(dc, font, first, count, listBase);
-    return false;
+    if (!m_currentDC || count == 0 || count > 65536) return false;
+    // Each glyph drawn by Qt into a one-bit picture, then kept as a bitmap list: what the
+    // view's Text2D calls at the raster position.
+    const QFont qfont = zevqt::toQFont(font);
+    const QFontMetrics metrics(qfont);
+    const int height = metrics.height();
+    const int descent = metrics.descent();
+    GLint alignment = 4;
+    glGetIntegerv(GL_UNPACK_ALIGNMENT, &alignment);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    for (DWORD i = 0; i < count; ++i) {
+        const QChar ch(static_cast<char16_t>(first + i));
+        const int advance = metrics.horizontalAdvance(ch);
+        const int width = std::max(advance, 1);
+        QImage glyph(width, height, QImage::Format_Grayscale8);
+        glyph.fill(0);
+        {
+            QPainter painter(&glyph);
+            painter.setFont(qfont);
+            painter.setPen(Qt::white);
+            painter.drawText(0, height - descent, QString(ch));
+        }
+        // Rows bottom first, a bit a pixel, left bit first.
+        const int stride = (width + 7) / 8;
+        std::vector<GLubyte> bits(static_cast<size_t>(stride) * static_cast<size_t>(height), 0);
+        for (int y = 0; y < height; ++y) {
+            const uchar* row = glyph.constScanLine(height - 1 - y);
+            for (int x = 0; x < width; ++x)
+                if (row[x] >= 128)
+                    bits[static_cast<size_t>(y * stride + x / 8)] |=
+                        static_cast<GLubyte>(0x80u >> (x % 8));
+        }
+        glNewList(listBase + i, GL_COMPILE);
+        glBitmap(width, height, 0.0f, static_cast<GLfloat>(descent), static_cast<GLfloat>(advance),
+                 0.0f, bits.data());
+        glEndList();
+    }
+    glPixelStorei(GL_UNPACK_ALIGNMENT, alignment);
+    return true;
 }
 
 bool CZEVQtGLPlatform::UseFontOutlines(HDC dc, const LOGFONTA& font, DWORD first, DWORD count,

@@ -44,9 +44,11 @@ public:
     std::string GetExtensionsString(HDC dc) override;
     DWORD GetLastError() override;
     void InvalidateRect(HWND window) override;
-    /// No glyph lists in widgets: text is drawn by Qt over the view instead.
+    /// Each glyph drawn by Qt's font engine into a bitmap list, for the view's Text2D; needs
+    /// the surface's context current.
     bool UseFontBitmaps(HDC dc, const LOGFONTA& font, DWORD first, DWORD count,
                         DWORD listBase) override;
+    /// Qt gives no outlines as OpenGL lists: false, and the view has no 3D text.
     bool UseFontOutlines(HDC dc, const LOGFONTA& font, DWORD first, DWORD count, DWORD listBase,
                          float deviation, float extrusion, std::vector<float>& advances) override;
 

@@ -17,9 +17,21 @@ namespace {
 
 class ClearView : public CGLEnabledView {
 public:
+    void OnCreateGL() override {
+        CGLEnabledView::OnCreateGL();
+        PrepareCharset2D("DejaVu Sans", 24, true, false);
+    }
     void OnDrawGL() override {
         glClearColor(0.2f, 0.4f, 0.6f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT);
+        // A block of text in white at the lower left, through the Qt font's bitmap lists.
+        glMatrixMode(GL_PROJECTION);
+        glLoadIdentity();
+        glMatrixMode(GL_MODELVIEW);
+        glLoadIdentity();
+        glColor3f(1.0f, 1.0f, 1.0f);
+        glRasterPos2f(-0.9f, -0.9f);
+        Text2D("WWW");
         ++draws;
     }
     void OnSizeGL(int width, int height) override {
@@ -54,6 +66,16 @@ private Q_SLOTS:
             QVERIFY2(std::abs(centre.red() - 51) <= 2 && std::abs(centre.green() - 102) <= 2 &&
                          std::abs(centre.blue() - 153) <= 2,
                      qPrintable(centre.name()));
+            // The text's glyphs were made and drawn: white pixels at the lower left only.
+            QVERIFY(view.m_charsetDListBase != 0);
+            int white = 0;
+            for (int y = 0; y < frame.height(); ++y)
+                for (int x = 0; x < frame.width(); ++x)
+                    if (frame.pixelColor(x, y).lightness() > 240) {
+                        ++white;
+                        QVERIFY(x < frame.width() * 3 / 4 && y > frame.height() / 2);
+                    }
+            QVERIFY(white > 20);
             // Outside a paint the view's context is released again.
             QCOMPARE(ZEVGL().GetCurrentContext(), HGLRC(nullptr));
         }
@@ -93,7 +115,8 @@ private Q_SLOTS:
                 const QColor c = frame.pixelColor(x, y);
                 if (c.green() > c.red() + 30 && c.green() > c.blue() + 30) ++green;
             }
-        QVERIFY2(green > frame.width() * frame.height() / 16 / 10, qPrintable(QString::number(green)));
+        QVERIFY2(green > frame.width() * frame.height() / 16 / 10,
+                 qPrintable(QString::number(green)));
         // The pointer snaps to the grid in this view too.
         QTest::mouseMove(&view, view.rect().center());
         QVERIFY(window.CoordinatesText().startsWith("x "));

@@ -6,12 +6,15 @@
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "MeshView.h"
 #include "zevcore/graphics/GLState.h"
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicGrid.h"
 #include "zevcore/graphics/GridManager.h"
+#include "zevcore/platform/Gdi.h"
+#include "zevcore/quantities/Units.h"
 
 namespace studio {
 
@@ -58,7 +61,8 @@ void GLMeshScene::OnDrawGL() {
     float bottom[3] = {static_cast<float>(background.redF()),
                        static_cast<float>(background.greenF()),
                        static_cast<float>(background.blueF())};
-    const QColor tint = background.lightness() > 128 ? background.darker(112) : background.lighter(130);
+    const QColor tint =
+        background.lightness() > 128 ? background.darker(112) : background.lighter(130);
     float top[3] = {static_cast<float>(tint.redF()), static_cast<float>(tint.greenF()),
                     static_cast<float>(tint.blueF())};
     DrawGLGradientBG(bottom, top);
@@ -161,6 +165,17 @@ void GLMeshScene::OnDrawGL() {
     colour(QColor(32, 32, 32));
     DrawLineSpanArrow(CPoint3D(minX, minY - 1.5 * gap, 0), CPoint3D(maxX, minY - 1.5 * gap, 0),
                       symbol, 1.5f);
+    // The span in the current unit style, under its arrow.
+    if (labelFontChanged) {
+        PrepareCharset2D(&labelFont);
+        labelFontChanged = false;
+    }
+    const CString span = Units::show(UNIT_LENGTH_SMALL, maxX - minX, UNIT_SHOW);
+    const double perPixel = 2.0 * halfHeight / height;
+    const double textHeight = std::abs(labelFont.lfHeight) > 0 ? std::abs(labelFont.lfHeight) : 12;
+    glRasterPos2d((minX + maxX) / 2 - 0.3 * textHeight * span.GetLength() * perPixel,
+                  minY - 1.5 * gap - (textHeight + 4) * perPixel);
+    Text2D(span);
     glPushMatrix();
     glTranslated(minX - gap, minY - gap, 0.5);
     DrawOriginArrows(symbol, true, false, true);
@@ -174,6 +189,9 @@ GLMeshView::GLMeshView(CZEVQtGLPlatform& platform, QWidget* parent)
 GLMeshView::GLMeshView(std::unique_ptr<GLMeshScene> scene, CZEVQtGLPlatform& platform,
                        QWidget* parent)
     : CZEVQtGLView(*scene, platform, parent), m_scene(std::move(scene)) {
+    m_scene->labelFont.lfHeight = -13;
+    m_scene->labelFont.lfWeight = FW_NORMAL;
+    std::snprintf(m_scene->labelFont.lfFaceName, sizeof m_scene->labelFont.lfFaceName, "Sans");
     setObjectName("zevGLMeshView");
     setMouseTracking(true);
     setMinimumSize(200, 150);
@@ -214,6 +232,12 @@ void GLMeshView::SetShowGrid(bool show) {
     update();
 }
 
+void GLMeshView::SetLabelFont(const LOGFONTA& font) {
+    m_scene->labelFont = font;
+    m_scene->labelFontChanged = true;
+    update();
+}
+
 void GLMeshView::Fit() {
     double minX, minY, maxX, maxY;
     if (regionBox(m_scene->region, minX, minY, maxX, maxY)) {
@@ -222,8 +246,8 @@ void GLMeshView::Fit() {
         const double aspect = static_cast<double>(std::max(width(), 1)) / std::max(height(), 1);
         m_scene->centreX = (minX + maxX) / 2;
         m_scene->centreY = (minY + maxY) / 2 - 0.05 * extent;
-        m_scene->halfHeight =
-            std::max(0.5 * (maxY - minY) + 0.2 * extent, (0.5 * (maxX - minX) + 0.15 * extent) / aspect);
+        m_scene->halfHeight = std::max(0.5 * (maxY - minY) + 0.2 * extent,
+                                       (0.5 * (maxX - minX) + 0.15 * extent) / aspect);
     }
     update();
 }
@@ -263,8 +287,8 @@ void GLMeshView::mouseDoubleClickEvent(QMouseEvent*) {
 
 void GLMeshView::wheelEvent(QWheelEvent* event) {
     const QPointF before = ToModel(event->position());
-    m_scene->halfHeight = std::clamp(m_scene->halfHeight / std::pow(1.0015, event->angleDelta().y()),
-                                     1e-9, 1e12);
+    m_scene->halfHeight =
+        std::clamp(m_scene->halfHeight / std::pow(1.0015, event->angleDelta().y()), 1e-9, 1e12);
     const QPointF after = ToModel(event->position());
     m_scene->centreX += before.x() - after.x();
     m_scene->centreY += before.y() - after.y();

@@ -30,6 +30,9 @@ public:
     bool showGrid = true;
     QColor background = Qt::white;
     QColor lines = QColor(0, 0, 128);
+    /// The font of the span's label; made into the view's characters at the next paint.
+    LOGFONTA labelFont{};
+    bool labelFontChanged = true;
     /// The drawing's point at the view's centre, and half the view's height in its units.
     double centreX = 0.0, centreY = 0.0, halfHeight = 1.0;
     int width = 1, height = 1;
@@ -46,6 +49,7 @@ public:
     void SetGrids(CGridManager* grids);
     void SetColors(QColor background, QColor lines);
     void SetShowGrid(bool show);
+    void SetLabelFont(const LOGFONTA& font);
     void Fit();
     /// A point of the widget in the drawing's coordinates.
     QPointF ToModel(const QPointF& point) const;

@@ -533,8 +533,10 @@ void StudioWindow::ApplyPreferences() {
         m_view->SetShowGrid(grid->GetValue() != 0);
         if (m_glView) m_glView->SetShowGrid(grid->GetValue() != 0);
     }
-    if (auto* font = preference<CFontPreference>(*m_preferences, zevtool::kPrefLabelFont))
+    if (auto* font = preference<CFontPreference>(*m_preferences, zevtool::kPrefLabelFont)) {
         m_view->setFont(zevqt::toQFont(font->GetFont()));
+        if (m_glView) m_glView->SetLabelFont(font->GetFont());
+    }
     // The rows show their values in the style now in force.
     if (!m_grid->IsEditing()) m_grid->OnGroupSetup();
     m_gridView->Refresh();
