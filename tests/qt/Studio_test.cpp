@@ -10,6 +10,7 @@
 #include <QPushButton>
 #include <QTabBar>
 #include <QTimer>
+#include <cmath>
 
 #include "MeshView.h"
 #include "QtTestMain.h"
@@ -210,6 +211,7 @@ private Q_SLOTS:
         triangles.size = 0.5;
         window.Options().Load(triangles);
         QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
+        const size_t elements = window.CurrentMesh().elements.size();
         const QString msh = scratch("plate.msh"), svg = scratch("plate.svg"),
                       dxf = scratch("plate.dxf");
         QVERIFY(window.SaveMesh(msh));
@@ -247,6 +249,35 @@ private Q_SLOTS:
         QCOMPARE(dialogs.Asked().size(), size_t(1));
         QVERIFY(QString::fromStdString(dialogs.Asked()[0].text).startsWith(bad + ":3: "));
         QCOMPARE(window.ProjectPath(), project);  // the open project stays
+
+        // The mesh file opens again: the same elements, and the region its boundary outlines.
+        QVERIFY(window.OpenFile(msh));
+        QCOMPARE(window.CurrentMesh().elements.size(), elements);
+        QCOMPARE(window.Region().loops.size(), size_t(2));
+        QVERIFY(std::fabs(zevtool::meshio::signedArea(window.Region().loops[0]) +
+                          zevtool::meshio::signedArea(window.Region().loops[1]) - 85.0) < 1e-9);
+        QVERIFY(window.Summary()->toPlainText().contains("covered:           yes"));
+    }
+
+    void aMeshWhoseBoundaryIsNoRegionIsRefused() {
+        // Two triangles touching at one corner: the boundary passes that node twice.
+        const QString bowTie = scratch("bow_tie.msh");
+        QFile file(bowTie);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(
+            "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n5\n1 0 0 0\n2 1 0 0\n"
+            "3 1 1 0\n4 2 1 0\n5 2 2 0\n$EndNodes\n$Elements\n2\n"
+            "1 2 2 0 1 1 2 3\n2 2 2 0 1 3 4 5\n$EndElements\n");
+        file.close();
+        StudioWindow window(m_host);
+        CZEVScriptedDialogs dialogs;
+        IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
+        const bool opened = window.OpenFile(bowTie);
+        ZEVInstallDialogs(old);
+        QVERIFY(!opened);
+        QCOMPARE(dialogs.Asked().size(), size_t(1));
+        QCOMPARE(QString::fromStdString(dialogs.Asked()[0].text),
+                 bowTie + ": the mesh's boundary passes a node twice");
     }
 
     void aDxfDrawingOpensAsARegion() {

@@ -1,8 +1,12 @@
 #include "Project.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <map>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 namespace studio {
 
@@ -52,6 +56,50 @@ std::string projectText(const zevtool::meshio::Region& region, const MeshSetting
             out << number(p.x) << ' ' << number(p.y) << '\n';
     }
     return out.str();
+}
+
+zevtool::meshio::Region regionOfMesh(const zevtool::meshio::Mesh& mesh) {
+    using zevtool::meshio::InputError;
+    // An edge's uses, counted without direction; a boundary edge keeps its element's direction.
+    std::map<std::pair<int, int>, int> uses;
+    std::map<std::pair<int, int>, std::pair<int, int>> directed;
+    for (const auto& e : mesh.elements)
+        for (int k = 0; k < e.count; ++k) {
+            const int a = e.v[static_cast<size_t>(k)],
+                      b = e.v[static_cast<size_t>((k + 1) % e.count)];
+            const auto key = std::minmax(a, b);
+            ++uses[key];
+            directed[key] = {a, b};
+        }
+    std::map<int, int> next;
+    for (const auto& [key, count] : uses)
+        if (count == 1 && !next.emplace(directed[key].first, directed[key].second).second)
+            throw InputError(0, "the mesh's boundary passes a node twice");
+    std::vector<std::vector<zevtool::meshio::Point>> loops;
+    while (!next.empty()) {
+        std::vector<zevtool::meshio::Point> loop;
+        const int start = next.begin()->first;
+        int at = start;
+        do {
+            auto found = next.find(at);
+            if (found == next.end()) throw InputError(0, "the mesh's boundary is not closed");
+            if (at < 0 || static_cast<size_t>(at) >= mesh.nodes.size())
+                throw InputError(0, "an element names a node the mesh does not have");
+            loop.push_back(mesh.nodes[static_cast<size_t>(at)]);
+            at = found->second;
+            next.erase(found);
+        } while (at != start);
+        loops.push_back(std::move(loop));
+    }
+    if (loops.empty()) throw InputError(0, "the mesh has no elements");
+    // The outer boundary first; the reader turns each loop the way the meshers want it.
+    std::stable_sort(loops.begin(), loops.end(), [](const auto& a, const auto& b) {
+        return std::fabs(zevtool::meshio::signedArea(a)) >
+               std::fabs(zevtool::meshio::signedArea(b));
+    });
+    zevtool::meshio::Region region;
+    region.loops = std::move(loops);
+    return zevtool::meshio::parseBoundaryText(projectText(region, MeshSettings()));
 }
 
 bool readProjectSettings(const std::string& text, MeshSettings& settings) {

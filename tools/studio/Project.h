@@ -29,6 +29,11 @@ inline constexpr const char* kProjectExtension = ".zevp";
 /// The project's text: the options line, then the loops, holes and constraint points.
 std::string projectText(const zevtool::meshio::Region& region, const MeshSettings& settings);
 
+/// The outline of a mesh: its boundary edges (those of one element only) chained into loops,
+/// the largest the outer boundary, the others holes, checked as a boundary file is. Throws
+/// zevtool::meshio::InputError (line 0) when the edges make no single region.
+zevtool::meshio::Region regionOfMesh(const zevtool::meshio::Mesh& mesh);
+
 /// Reads the options line of a project's text into `settings`; false (nothing changed) when
 /// the text has none, or a value in it is not a number it can take.
 bool readProjectSettings(const std::string& text, MeshSettings& settings);

@@ -29,6 +29,7 @@
 #include "mesh_paver.h"
 #include "mesh_triangle.h"
 #include "prefs_tree.h"
+#include "render_io.h"
 #include "zevcore-qt/GridView.h"
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtConvert.h"
@@ -262,19 +263,28 @@ MeshSettings StudioWindow::defaultSettings() const {
 bool StudioWindow::OpenFile(const QString& path) {
     if (m_meshing) return false;
     zevtool::meshio::Region region;
-    const bool drawing = QFileInfo(path).suffix().compare("dxf", Qt::CaseInsensitive) == 0;
+    Mesh mesh;
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    const bool drawing = suffix == "dxf", meshFile = suffix == "msh";
     try {
-        region = drawing ? readDxfRegion(path.toStdString()) : readBoundaryFile(path.toStdString());
+        if (meshFile) {
+            // A mesh opens with the region its boundary edges outline, ready to mesh again.
+            mesh = zevtool::render::readMshFile(path.toStdString());
+            region = regionOfMesh(mesh);
+        } else {
+            region =
+                drawing ? readDxfRegion(path.toStdString()) : readBoundaryFile(path.toStdString());
+        }
     } catch (const InputError& e) {
         QString where = path;
         if (e.line() > 0) where += QString(":%1").arg(e.line());
         error(tr("%1: %2").arg(where, QString::fromUtf8(e.what())));
         return false;
     }
-    const std::string text = drawing ? std::string() : readText(path);
+    const std::string text = drawing || meshFile ? std::string() : readText(path);
     m_region = std::move(region);
     m_hasRegion = true;
-    m_mesh = {};
+    m_mesh = std::move(mesh);
     MeshSettings settings;
     if (!readProjectSettings(text, settings)) settings = defaultSettings();
     if (m_grid->IsEditing()) m_grid->FinishEdit(true);
@@ -287,6 +297,7 @@ bool StudioWindow::OpenFile(const QString& path) {
     m_summary->clear();
     m_log->clear();
     showRegion();
+    if (!m_mesh.elements.empty()) showSummary("msh file", 0, QString());
     addRecent(path);
     if (auto* last = preference<CFilePreference>(*m_preferences, zevtool::kPrefLastFile)) {
         last->SetFile(zevqt::toCString(path));
@@ -484,10 +495,17 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         setStatus(tr("Meshing failed"));
         return MeshOutcome::Failed;
     }
+    const bool covered = showSummary(settings.method, missed, failure);
+    setStatus(
+        tr("Meshed: %1 nodes, %2 elements").arg(m_mesh.nodes.size()).arg(m_mesh.elements.size()));
+    return failure.isEmpty() && covered ? MeshOutcome::Meshed : MeshOutcome::Failed;
+}
+
+bool StudioWindow::showSummary(const std::string& method, int missed, const QString& failure) {
     const Quality quality = measureQuality(m_mesh);
-    std::string summary = summaryText(settings.method, m_mesh, quality, missed,
+    std::string summary = summaryText(method, m_mesh, quality, missed,
                                       static_cast<int>(m_region.interiorPoints.size()));
-    if (settings.method == "triangle") summary += triangleSummaryText(m_mesh, quality, false);
+    if (method == "triangle") summary += triangleSummaryText(m_mesh, quality, false);
     const Coverage coverage = measureCoverage(m_region, m_mesh);
     char line[200];
     std::snprintf(line, sizeof line, "covered:           %s (folded elements: %d)\n",
@@ -495,9 +513,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     summary += line;
     if (!failure.isEmpty()) summary += "note:              " + failure.toStdString() + "\n";
     m_summary->setPlainText(QString::fromUtf8(summary.c_str()));
-    setStatus(
-        tr("Meshed: %1 nodes, %2 elements").arg(m_mesh.nodes.size()).arg(m_mesh.elements.size()));
-    return failure.isEmpty() && coverage.covered() ? MeshOutcome::Meshed : MeshOutcome::Failed;
+    return coverage.covered();
 }
 
 void StudioWindow::OfferRecovery() {
@@ -555,7 +571,8 @@ void StudioWindow::chooseAndOpen() {
     ZEVFileDialogRequest request;
     request.title = "Open";
     request.filter =
-        "Boundary files, projects and DXF drawings|*.txt;*.bnd;*.zevp;*.dxf|All files|*";
+        "Boundary files, projects, DXF drawings and meshes|*.txt;*.bnd;*.zevp;*.dxf;*.msh|"
+        "All files|*";
     if (auto* folder = preference<CFolderPreference>(*m_preferences, zevtool::kPrefProjectFolder))
         request.initialPath = folder->GetFolder();
     CString path;

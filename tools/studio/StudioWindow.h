@@ -49,8 +49,9 @@ public:
     explicit StudioWindow(CZEVQtHost& host, QWidget* parent = nullptr);
     ~StudioWindow() override;
 
-    /// Opens a boundary file, a project (the mesh options of a project come with it) or a
-    /// DXF drawing; false, with a message box, when the file cannot be read.
+    /// Opens a boundary file, a project (the mesh options of a project come with it), a DXF
+    /// drawing or a mesh (MSH, with the region its boundary outlines); false, with a message
+    /// box, when the file cannot be read.
     bool OpenFile(const QString& path);
     /// Writes the open region and the options as a project.
     bool SaveProject(const QString& path);
@@ -107,6 +108,8 @@ private:
     void rebuildRecentMenu();
     void setStatus(const QString& text);
     void error(const QString& text);
+    /// The quality summary of the mesh shown; answers whether the mesh covers the region.
+    bool showSummary(const std::string& method, int missedInteriorPoints, const QString& failure);
     MeshSettings defaultSettings() const;
 
     CZEVQtHost& m_host;
