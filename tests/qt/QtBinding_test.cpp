@@ -1,6 +1,7 @@
 // The Qt binding driven as a user would: typing into fields, clicking cells and buttons.
 
 #include <QCheckBox>
+#include <QColorDialog>
 #include <QComboBox>
 #include <QDialog>
 #include <QLabel>
@@ -199,6 +200,39 @@ private Q_SLOTS:
         QCOMPARE(group.applied, 4);
         QCOMPARE(QString::fromUtf8(grid.DrawnCell(valueCol, 3).GetText().GetString()),
                  QString("HSS"));
+    }
+
+    void spinButtonsStepAndTheEllipsisOpensTheChooser() {
+        Group group;
+        auto* bays = new CIntegerProperty("Bays", "", 2, 1, 20);
+        auto* colour = new CColorProperty("Colour", "");
+        bays->value(1);
+        group.add_property(bays);
+        group.add_property(colour);
+        group.reset();
+        CPropertyGrid grid;
+        grid.SetGroup(&group, 1);
+        CZEVQtGridView view(grid);
+        view.resize(360, 120);
+        showActive(view);
+        const int valueCol = grid.GetPropertyColumn();
+        const QRect spin = view.CellRect(valueCol, 0);
+        QTest::mouseClick(&view, Qt::LeftButton, {}, QPoint(spin.right() - 4, spin.top() + 3));
+        QTest::mouseClick(&view, Qt::LeftButton, {}, QPoint(spin.right() - 4, spin.top() + 3));
+        QCOMPARE(bays->value(), 5);  // 1 and two steps of 2
+        QTest::mouseClick(&view, Qt::LeftButton, {}, QPoint(spin.right() - 4, spin.bottom() - 3));
+        QCOMPARE(bays->value(), 3);
+
+        // The [...] of a colour row asks the dialog service, here Qt's colour chooser.
+        whenModal<QColorDialog>([](QColorDialog* dialog) {
+            dialog->setCurrentColor(QColor(10, 20, 30));
+            dialog->accept();
+        });
+        const QRect button = view.CellRect(valueCol, 1);
+        QTest::mouseClick(&view, Qt::LeftButton, {},
+                          QPoint(button.right() - 4, button.center().y()));
+        QCOMPARE(colour->color(), RGB(10, 20, 30));
+        QCOMPARE(grid.DrawnCell(valueCol, 1).GetBackColor(), RGB(10, 20, 30));
     }
 
     void theProgressViewShowsTheReportAndItsStopButtonStops() {
