@@ -431,6 +431,11 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     m_log->clear();
     m_lastLine.clear();
     m_lines = 0;
+    // The last mesh goes: what shows while the mesher runs is the region it works on.
+    m_mesh = {};
+    m_view->SetMesh(m_mesh);
+    if (m_glView) m_glView->SetMesh(m_mesh);
+    m_summary->setPlainText(tr("Meshing..."));
     m_stopRequested = false;
     Mesh mesh;
     int missed = 0;
