@@ -436,6 +436,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     m_view->SetMesh(m_mesh);
     if (m_glView) m_glView->SetMesh(m_mesh);
     m_summary->setPlainText(tr("Meshing..."));
+    setStatus(tr("Meshing..."));
     m_stopRequested = false;
     Mesh mesh;
     int missed = 0;
