@@ -106,28 +106,32 @@ void GLMeshScene::OnDrawGL() {
         }
         return true;
     };
-    StartSolidDrawing(gPlatePolygonOffset);
-    for (size_t i = 0; i < mesh.elements.size(); ++i) {
-        CPoint3D c[4];
-        if (!corners(mesh.elements[i], c)) continue;
-        colour(qualityColor(i < quality.size() ? quality[i] : 1.0));
-        if (mesh.elements[i].count == 3)
-            DrawTriPlate(c[0], c[1], c[2], 0.0);
-        else
-            DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+    if (mode != DrawMode::Wireframe) {
+        StartSolidDrawing(gPlatePolygonOffset);
+        for (size_t i = 0; i < mesh.elements.size(); ++i) {
+            CPoint3D c[4];
+            if (!corners(mesh.elements[i], c)) continue;
+            colour(qualityColor(i < quality.size() ? quality[i] : 1.0));
+            if (mesh.elements[i].count == 3)
+                DrawTriPlate(c[0], c[1], c[2], 0.0);
+            else
+                DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+        }
+        EndSolidDrawing();
     }
-    EndSolidDrawing();
-    StartWireframeDrawing();
-    colour(lines);
-    for (const Element& e : mesh.elements) {
-        CPoint3D c[4];
-        if (!corners(e, c)) continue;
-        if (e.count == 3)
-            DrawTriPlate(c[0], c[1], c[2], 0.0);
-        else
-            DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+    if (mode != DrawMode::Solid) {
+        StartWireframeDrawing();
+        colour(lines);
+        for (const Element& e : mesh.elements) {
+            CPoint3D c[4];
+            if (!corners(e, c)) continue;
+            if (e.count == 3)
+                DrawTriPlate(c[0], c[1], c[2], 0.0);
+            else
+                DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+        }
+        EndWireframeDrawing();
     }
-    EndWireframeDrawing();
     DisableGLLighting();
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
 
@@ -181,6 +185,18 @@ void GLMeshScene::OnDrawGL() {
     DrawOriginArrows(symbol, true, false, true);
     glPopMatrix();
     DisableGLLighting();
+
+    if (hasSnap) {
+        // Where the pointer snaps to.
+        const double arm = 6.0 * perPixel;
+        colour(QColor(200, 0, 0));
+        glBegin(GL_LINES);
+        glVertex2d(snap.x() - arm, snap.y());
+        glVertex2d(snap.x() + arm, snap.y());
+        glVertex2d(snap.x(), snap.y() - arm);
+        glVertex2d(snap.x(), snap.y() + arm);
+        glEnd();
+    }
 }
 
 GLMeshView::GLMeshView(CZEVQtGLPlatform& platform, QWidget* parent)
@@ -232,6 +248,11 @@ void GLMeshView::SetShowGrid(bool show) {
     update();
 }
 
+void GLMeshView::SetMode(GLMeshScene::DrawMode mode) {
+    m_scene->mode = mode;
+    update();
+}
+
 void GLMeshView::SetLabelFont(const LOGFONTA& font) {
     m_scene->labelFont = font;
     m_scene->labelFontChanged = true;
@@ -278,6 +299,9 @@ void GLMeshView::mouseMoveEvent(QMouseEvent* event) {
         const CPoint3D p = m_scene->grids->closestGridPoint(CPoint3D(at.x(), at.y(), 0), distance);
         if (distance < 1e30) at = QPointF(p.x, p.y);
     }
+    m_scene->snap = at;
+    m_scene->hasSnap = true;
+    update();
     Q_EMIT pointerMoved(at);
 }
 

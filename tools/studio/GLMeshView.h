@@ -20,6 +20,9 @@ namespace studio {
 
 class GLMeshScene : public CGLEnabledView {
 public:
+    /// The library's modes: solid elements, their wireframe, or both.
+    enum class DrawMode { SolidAndWireframe, Solid, Wireframe };
+
     void OnDrawGL() override;
     void OnSizeGL(int width, int height) override;
 
@@ -28,6 +31,10 @@ public:
     std::vector<double> quality;
     CGridManager* grids = nullptr;
     bool showGrid = true;
+    DrawMode mode = DrawMode::SolidAndWireframe;
+    /// Where the pointer snaps to, once it has moved over the view.
+    QPointF snap;
+    bool hasSnap = false;
     QColor background = Qt::white;
     QColor lines = QColor(0, 0, 128);
     /// The font of the span's label; made into the view's characters at the next paint.
@@ -50,6 +57,7 @@ public:
     void SetColors(QColor background, QColor lines);
     void SetShowGrid(bool show);
     void SetLabelFont(const LOGFONTA& font);
+    void SetMode(GLMeshScene::DrawMode mode);
     void Fit();
     /// A point of the widget in the drawing's coordinates.
     QPointF ToModel(const QPointF& point) const;

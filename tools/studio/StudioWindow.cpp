@@ -1,6 +1,7 @@
 #include "StudioWindow.h"
 
 #include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDockWidget>
@@ -191,6 +192,22 @@ void StudioWindow::buildMenus() {
     m_glAction->setCheckable(true);
     m_glAction->setEnabled(m_glView != nullptr);
     m_glAction->setChecked(m_glView != nullptr);
+    // The OpenGL view's modes.
+    auto* modes = new QActionGroup(this);
+    const std::pair<const char*, GLMeshScene::DrawMode> modeNames[] = {
+        {"Solid and wireframe", GLMeshScene::DrawMode::SolidAndWireframe},
+        {"Solid", GLMeshScene::DrawMode::Solid},
+        {"Wireframe", GLMeshScene::DrawMode::Wireframe}};
+    QMenu* drawing = mesh->addMenu(tr("&Draw"));
+    drawing->setEnabled(m_glView != nullptr);
+    for (const auto& [name, mode] : modeNames) {
+        QAction* action = drawing->addAction(tr(name), this, [this, mode = mode] {
+            if (m_glView) m_glView->SetMode(mode);
+        });
+        action->setCheckable(true);
+        action->setChecked(mode == GLMeshScene::DrawMode::SolidAndWireframe);
+        modes->addAction(action);
+    }
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
     tools->addAction(tr("&Units..."), this, [this] { chooseUnits(); });
     tools->addAction(tr("&Preferences..."), this, [this] { ShowPreferences(); });
