@@ -77,8 +77,18 @@ void GLMeshScene::OnDrawGL() {
     glDisable(GL_DEPTH_TEST);
     DisableGLLighting();
 
+    if (labelFontChanged) {
+        PrepareCharset2D(&labelFont);
+        labelFontChanged = false;
+    }
     double minX, minY, maxX, maxY;
-    if (!regionBox(region, minX, minY, maxX, maxY)) return;
+    if (!regionBox(region, minX, minY, maxX, maxY)) {
+        const CString hint = "Open a boundary file, a DXF drawing or a mesh (File > Open)";
+        colour(QColor(110, 110, 110));
+        glRasterPos2d(centreX - 0.3 * 13 * hint.GetLength() * 2.0 * halfHeight / height, centreY);
+        Text2D(hint);
+        return;
+    }
     const double extent = std::max({maxX - minX, maxY - minY, 1e-9});
 
     if (showGrid && grids) {
@@ -170,10 +180,6 @@ void GLMeshScene::OnDrawGL() {
     DrawLineSpanArrow(CPoint3D(minX, minY - 1.5 * gap, 0), CPoint3D(maxX, minY - 1.5 * gap, 0),
                       symbol, 1.5f);
     // The span in the current unit style, under its arrow.
-    if (labelFontChanged) {
-        PrepareCharset2D(&labelFont);
-        labelFontChanged = false;
-    }
     const CString span = Units::show(UNIT_LENGTH_SMALL, maxX - minX, UNIT_SHOW);
     const double perPixel = 2.0 * halfHeight / height;
     const double textHeight = std::abs(labelFont.lfHeight) > 0 ? std::abs(labelFont.lfHeight) : 12;

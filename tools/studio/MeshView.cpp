@@ -163,7 +163,8 @@ void MeshView::paintEvent(QPaintEvent*) {
     painter.fillRect(rect(), m_background);
     if (!m_hasRegion) {
         painter.setPen(palette().color(QPalette::PlaceholderText));
-        painter.drawText(rect(), Qt::AlignCenter, tr("Open a boundary file (File > Open)"));
+        painter.drawText(rect(), Qt::AlignCenter,
+                         tr("Open a boundary file, a DXF drawing or a mesh (File > Open)"));
         return;
     }
     painter.setRenderHint(QPainter::Antialiasing);

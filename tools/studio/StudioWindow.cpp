@@ -94,6 +94,7 @@ StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
     m_preferences = zevtool::makeStudioPreferences();
     m_preferences->ReadPreferencesFromRegistry();
 
+    m_options.Load(defaultSettings());
     m_grid->SetGroup(&m_options, 1);
     m_gridView = new CZEVQtGridView(*m_grid, this);
     m_gridView->setMinimumHeight(140);
@@ -272,8 +273,10 @@ MeshSettings StudioWindow::defaultSettings() const {
     if (auto* area = preference<CQuantityPreference>(*m_preferences, zevtool::kPrefMaxArea))
         s.maxArea = area->GetValue();
     // A preferred size that would make a handful of elements gives way to the region's own.
-    const double regional = defaultSize(m_region);
-    if (!(s.size > 0.0) || s.size > 4.0 * regional) s.size = regional;
+    if (m_hasRegion) {
+        const double regional = defaultSize(m_region);
+        if (!(s.size > 0.0) || s.size > 4.0 * regional) s.size = regional;
+    }
     return s;
 }
 
