@@ -5,8 +5,6 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QStyle>
-#include <QStyleOptionButton>
 #include <QToolTip>
 
 #include "zevcore-qt/QtConvert.h"

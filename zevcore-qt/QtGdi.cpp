@@ -1,7 +1,6 @@
 #include "zevcore-qt/QtGdi.h"
 
 #include <QApplication>
-#include <QFontInfo>
 #include <QFontMetrics>
 #include <QPalette>
 

@@ -6,7 +6,6 @@
 #include <QFileDialog>
 #include <QFontDialog>
 #include <QMessageBox>
-#include <QPushButton>
 #include <QStringList>
 #include <QTimer>
 #include <QWidget>

@@ -1,7 +1,6 @@
 #include "zevcore-qt/QtProgressView.h"
 
 #include <QApplication>
-#include <QCursor>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>

@@ -9,7 +9,6 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
-#include <QOffscreenSurface>
 #include <QOpenGLContext>
 #include <QPlainTextEdit>
 #include <QPushButton>
