@@ -234,38 +234,53 @@ private:
     std::vector<std::vector<int>> m_rows;
 };
 
+// The region's loops, the largest taken as the outer one, and its bounding box.
+struct RegionLoops {
+    std::vector<std::vector<CPoint2D>> loops;
+    std::size_t outer = 0;
+    double area = 0.0;  // outer less holes
+    double minX = INFINITY, minY = INFINITY, maxX = -INFINITY, maxY = -INFINITY;
+
+    explicit RegionLoops(const std::vector<std::vector<CLine2D>>& boundaries) {
+        double largest = -1.0, total = 0.0;
+        for (const auto& boundary : boundaries) {
+            std::vector<CPoint2D> loop;
+            double a = 0.0;
+            for (const CLine2D& line : boundary) {
+                loop.push_back(line.start);
+                a += line.start.x * line.end.y - line.end.x * line.start.y;
+                minX = std::min(minX, line.start.x), maxX = std::max(maxX, line.start.x);
+                minY = std::min(minY, line.start.y), maxY = std::max(maxY, line.start.y);
+            }
+            total += std::fabs(0.5 * a);
+            if (std::fabs(a) > largest) largest = std::fabs(a), outer = loops.size();
+            loops.push_back(std::move(loop));
+        }
+        area = loops.empty() ? 0.0 : 2.0 * std::fabs(0.5 * largest) - total;
+    }
+
+    bool empty() const { return loops.empty() || !(maxX >= minX) || !(maxY >= minY); }
+
+    /// Inside the outer loop and in no hole.
+    bool contains(CPoint2D p) const {
+        if (empty() || p.x < minX || p.x > maxX || p.y < minY || p.y > maxY) return false;
+        if (!inside(loops[outer], p)) return false;
+        for (std::size_t i = 0; i < loops.size(); ++i)
+            if (i != outer && inside(loops[i], p)) return false;
+        return true;
+    }
+};
+
 // Rows that ran away leave elements outside the region or lying over others. Such an element
 // is marked bad: a side much longer than the size, a free corner outside the region, or a
 // side that crosses another element's side.
-void markStrays(const Work& w, const std::vector<std::vector<CLine2D>>& boundaries,
-                const std::vector<Quad4>& paved, std::vector<char>& bad, double pavedSize) {
-    std::vector<std::vector<CPoint2D>> loops;
-    std::size_t outer = 0;
-    double largest = -1.0;
-    double minX = INFINITY, minY = INFINITY, maxX = -INFINITY, maxY = -INFINITY;
-    for (const auto& boundary : boundaries) {
-        std::vector<CPoint2D> loop;
-        double area = 0.0;
-        for (const CLine2D& line : boundary) {
-            loop.push_back(line.start);
-            area += line.start.x * line.end.y - line.end.x * line.start.y;
-            minX = std::min(minX, line.start.x), maxX = std::max(maxX, line.start.x);
-            minY = std::min(minY, line.start.y), maxY = std::max(maxY, line.start.y);
-        }
-        if (std::fabs(area) > largest) largest = std::fabs(area), outer = loops.size();
-        loops.push_back(std::move(loop));
-    }
-    if (loops.empty() || !(maxX >= minX) || !(maxY >= minY)) return;
+void markStrays(const Work& w, const RegionLoops& region, const std::vector<Quad4>& paved,
+                std::vector<char>& bad, double pavedSize) {
+    if (region.empty()) return;
     std::vector<signed char> within(w.points.size(), -1);  // -1 unknown, 0 out, 1 in
     auto inRegion = [&](int v) {
-        if (within[v] < 0) {
-            const CPoint2D p(w.points[v].x, w.points[v].y);
-            bool in =
-                p.x >= minX && p.x <= maxX && p.y >= minY && p.y <= maxY && inside(loops[outer], p);
-            for (std::size_t i = 0; in && i < loops.size(); ++i)
-                if (i != outer && inside(loops[i], p)) in = false;
-            within[v] = in ? 1 : 0;
-        }
+        if (within[v] < 0)
+            within[v] = region.contains(CPoint2D(w.points[v].x, w.points[v].y)) ? 1 : 0;
         return within[v] == 1;
     };
     // Sides far longer than the size come from rows gone astray; sides far shorter from
@@ -283,16 +298,14 @@ void markStrays(const Work& w, const std::vector<std::vector<CLine2D>>& boundari
             // Corners all on the boundary can still span a notch of the outside.
             CPoint2D c(0.0, 0.0);
             for (int v : paved[i]) c = CPoint2D(c.x + w.points[v].x / 4, c.y + w.points[v].y / 4);
-            bool in = inside(loops[outer], c);
-            for (std::size_t l = 0; in && l < loops.size(); ++l)
-                if (l != outer && inside(loops[l], c)) in = false;
-            if (!in) bad[i] = 1;
+            if (!region.contains(c)) bad[i] = 1;
         }
     }
 
     // Sides filed in a uniform grid of cells about the size, each under the cells of its box.
+    const double minX = region.minX, minY = region.minY;
     double cell = pavedSize;
-    const double width = maxX - minX, height = maxY - minY;
+    const double width = region.maxX - minX, height = region.maxY - minY;
     while ((width / cell + 1) * (height / cell + 1) > 4e6) cell *= 2;
     const int nx = static_cast<int>(width / cell) + 1, ny = static_cast<int>(height / cell) + 1;
     std::unordered_map<long long, std::vector<std::pair<int, int>>> cells;  // (element, side)
@@ -330,29 +343,6 @@ void markStrays(const Work& w, const std::vector<std::vector<CLine2D>>& boundari
 }  // namespace
 
 namespace {
-
-// The region's loops, the largest first taken as the outer one.
-struct RegionLoops {
-    std::vector<std::vector<CPoint2D>> loops;
-    std::size_t outer = 0;
-    double area = 0.0;  // outer less holes
-
-    explicit RegionLoops(const std::vector<std::vector<CLine2D>>& boundaries) {
-        double largest = -1.0, total = 0.0;
-        for (const auto& boundary : boundaries) {
-            std::vector<CPoint2D> loop;
-            double a = 0.0;
-            for (const CLine2D& line : boundary) {
-                loop.push_back(line.start);
-                a += line.start.x * line.end.y - line.end.x * line.start.y;
-            }
-            total += std::fabs(0.5 * a);
-            if (std::fabs(a) > largest) largest = std::fabs(a), outer = loops.size();
-            loops.push_back(std::move(loop));
-        }
-        area = loops.empty() ? 0.0 : 2.0 * std::fabs(0.5 * largest) - total;
-    }
-};
 
 // Triangulates the part of the plane inside `segments` (an outline with the open part on one
 // side of every edge) on the outline's nodes and what quality refinement adds inside, pairs
@@ -528,7 +518,7 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
         bad.push_back(!finite || worstDeviation(base.points, e, 90.0) > 55.0);
         for (int v : e) around[v].push_back(index);
     }
-    markStrays(base, boundaries, paved, bad, pavedSize);
+    markStrays(base, region, paved, bad, pavedSize);
 
     // What the fronts still enclose is open as well.
     std::vector<std::pair<int, int>> frontEdges;
