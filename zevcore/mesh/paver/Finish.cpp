@@ -340,10 +340,6 @@ void markStrays(const Work& w, const RegionLoops& region, const std::vector<Quad
     }
 }
 
-}  // namespace
-
-namespace {
-
 // Triangulates the part of the plane inside `segments` (an outline with the open part on one
 // side of every edge) on the outline's nodes and what quality refinement adds inside, pairs
 // the triangles into quadrilaterals where the pair is a good one, and adds both to `w`.
