@@ -85,18 +85,8 @@ const char* entityName(int type) {
 }
 
 const char* sectionName(unsigned long s) {
-    switch (s) {
-        case SEC_HEADER:
-            return "HEADER";
-        case SEC_TABLES:
-            return "TABLES";
-        case SEC_BLOCKS:
-            return "BLOCKS";
-        case SEC_ENTITIES:
-            return "ENTITIES";
-        default:
-            return "(other)";
-    }
+    const char* name = dxfSectionName(s);
+    return name ? name : "(other)";
 }
 
 const char* tableName(unsigned long t) {

@@ -130,21 +130,6 @@ bool entitiesAllowed(const tag_DXF* d) {
     return writing(d) && (d->CurrentSection & SEC_ENTITIES);
 }
 
-const char* sectionName(unsigned long section) {
-    switch (section) {
-        case SEC_HEADER:
-            return "HEADER";
-        case SEC_TABLES:
-            return "TABLES";
-        case SEC_BLOCKS:
-            return "BLOCKS";
-        case SEC_ENTITIES:
-            return "ENTITIES";
-        default:
-            return nullptr;
-    }
-}
-
 const char* tableName(unsigned long table) {
     switch (table) {
         case TAB_DIMSTYLE:
@@ -793,6 +778,21 @@ void readEntity(tag_DXF* d, WORD type, bool lightweight, tag_DXFENTITYHEADER* h,
 
 }  // namespace
 
+const char* dxfSectionName(unsigned long section) {
+    switch (section) {
+        case SEC_HEADER:
+            return "HEADER";
+        case SEC_TABLES:
+            return "TABLES";
+        case SEC_BLOCKS:
+            return "BLOCKS";
+        case SEC_ENTITIES:
+            return "ENTITIES";
+        default:
+            return nullptr;
+    }
+}
+
 // ---------------------------------------------------------------------------------------
 // Writing
 
@@ -836,7 +836,7 @@ double dxfGetWidthScale(HDXF d) {
 }
 
 int dxfSectionBegin(HDXF d, unsigned long section) {
-    const char* name = sectionName(section);
+    const char* name = dxfSectionName(section);
     if (!writing(d) || !name || d->CurrentSection != 0 || (d->WrittenSections & section)) return 0;
     int ok = putStr(d, 0, "SECTION") & putStr(d, 2, name);
     d->CurrentSection = static_cast<DWORD>(section);

@@ -268,6 +268,9 @@ struct tag_DXFBLOCKHEADER {
 // ---- Writing. Each call answers non-zero on success, 0 when its state does not allow it,
 // on a null handle, a null name where one is needed, or when the file could not be written.
 
+/// "HEADER", "TABLES", "BLOCKS" or "ENTITIES" for a SEC_ value; null for any other.
+ZEVCORE_API const char* dxfSectionName(unsigned long section);
+
 /// Creates (or truncates) the file. The current layer is "0", the colour 256 (by layer),
 /// the dimension style "ClosedFilled", both scales 1.
 ZEVCORE_API HDXF dxfCreateFile(const char* fileName);
