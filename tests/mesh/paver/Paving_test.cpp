@@ -485,11 +485,41 @@ TEST(PaverRepairs, WedgeAndTuckNeedTheirElements) {
     for (const Quad* q : row.quads) EXPECT_GT(signedArea(q), 0.0);
 }
 
+// Two edges 2.6 apart on almost the same line: the single-precision crossing test finds them
+// crossing by rounding alone, and the search through nearby edges must find them as the walk
+// over every pair does.
+TEST(PaverSeams, FarApartEdgesOnOneLineAreFoundAsTheFullWalkFindsThem) {
+    const CPoint2D p1(-0.166695466, -0.500028779), p2(-0.333362115, -0.666695444);
+    const CPoint2D q1(-2.00000011, -2.33333336), q2(-2.1666666, -2.49999988);
+    ASSERT_TRUE(CLine2D(p1, p2).Intersects(CLine2D(q1, q2)));
+    auto cut = [&](bool reference) {
+        TestModel model;
+        model.SetReferenceIntersection(reference);
+        MeshVertexList& list =
+            model.ringAt({p1, p2, {-1, 0.5}, {-2.2, -1.5}, q1, q2, {-1, -3}, {1, -1}});
+        const bool made = model.SingleBoundaryIntersection(list, nullptr);
+        std::vector<std::vector<double>> fronts{{made ? 1.0 : 0.0}};
+        for (const MeshVertexList& front : model.fronts) {
+            fronts.emplace_back();
+            const MeshVertex* v = front.head;
+            do {
+                fronts.back().insert(fronts.back().end(), {v->point.x, v->point.y});
+                v = v->next;
+            } while (v != front.head);
+        }
+        return fronts;
+    };
+    const auto reference = cut(true);
+    EXPECT_EQ(reference[0][0], 1.0);  // an even cut was made
+    EXPECT_EQ(cut(false), reference);
+}
+
 TEST(PaverSmoothing, FastPathsMatchTheReferenceScansToTheBit) {
     auto run = [](int shape, bool reference, double size) {
         auto model = std::make_unique<TestModel>();
         model->SetReferenceBoundarySmoothing(reference);
         model->SetReferenceIntersection(reference);
+        model->SetReferenceSeams(reference);
         switch (shape) {
             case 1:
                 model->DrawShape1();

@@ -6,6 +6,7 @@
 namespace Paver {
 
 void CMeshModel::InsertInteriorPoints() {
+    nodesMoved();
     for (MeshVertex* v : vertices) v->smoothCount = 0;
     missedInteriorPoints = 0;
     int missed = FitMeshToInteriorPoints();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <set>
@@ -60,7 +61,10 @@ bool MeshVertexList::MoreThanSixVertices() const {
 Quad::Quad(MeshVertex* c0, MeshVertex* c1, MeshVertex* c2, MeshVertex* c3)
     : corners{c0, c1, c2, c3} {
     for (MeshVertex* c : corners)
-        if (c) c->quads.push_back(this);
+        if (c) {
+            c->quads.push_back(this);
+            ++c->quadsVersion;
+        }
 }
 
 bool Quad::HasVertex(const MeshVertex* v) const {
@@ -81,7 +85,11 @@ MeshVertex* Quad::PrevCorner(const MeshVertex* v) const {
 
 void Quad::ReplaceVertex(MeshVertex* from, MeshVertex* to) {
     for (MeshVertex* c : corners)
-        if (c) c->smoothCount = 0;
+        if (c) {
+            c->smoothCount = 0;
+            ++c->quadsVersion;
+        }
+    if (to) ++to->quadsVersion;
     for (MeshVertex*& c : corners) {
         if (c != from || !from || !to) continue;
         if (from != to) {
@@ -226,8 +234,17 @@ int CMeshModel::ElementCountAt(const MeshVertex* v) const {
 
 void CMeshModel::DiscardQuad(Quad* q) {
     for (MeshVertex* c : q->corners)
-        if (c) std::erase(c->quads, q);
+        if (c) {
+            std::erase(c->quads, q);
+            ++c->quadsVersion;
+        }
     CMeshStore::discard(m_store->quads, q);
+}
+
+void CMeshModel::nodesMoved() {
+    // One counter for all models: a node shared by copies never sees the same value from two.
+    static std::atomic<unsigned long long> s_moves{0};
+    m_moves = ++s_moves;
 }
 
 void CMeshModel::DiscardVertex(MeshVertex* v) {
@@ -508,6 +525,9 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     setCaps(pavedSize);
     m_movable.clear();
     m_movableSeen = 0;
+    m_frontCache.reset();
+    nodesMoved();
+    m_meshing = true;
 
     int pass = 0;
     auto current = fronts.begin();
@@ -537,6 +557,9 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
             current = fronts.begin();
         }
     }
+
+    m_meshing = false;
+    m_frontCache.reset();
 
     putUpMessage("Smoothing the mesh...");
     SmoothInterior();

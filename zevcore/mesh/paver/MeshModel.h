@@ -102,6 +102,24 @@ struct ZEVCORE_API MeshVertex {
         double interiorAngle = 0.0;
         int nodeClass = -1;
     } setupMemo;
+    /// Bumped whenever `quads` changes or an element filed here changes a corner, so that a
+    /// remembered answer about this node's elements can tell that it is still good.
+    unsigned long long quadsVersion = 0;
+    /// What Seam last decided for this node, and what the decision rested on (the model's
+    /// bookkeeping while Mesh runs).
+    struct SeamMemo {
+        unsigned long long moves = 0;
+        const MeshVertex *prev = nullptr, *next = nullptr;
+        unsigned long long version = 0, prevVersion = 0;
+        double interiorAngle = 0.0;
+        bool qualifies = false;
+    } seamMemo;
+    /// The edge from this node in the model's last crossing-free front: which filing, and
+    /// where in it.
+    struct FrontSlot {
+        unsigned long long filing = 0;
+        size_t slot = 0;
+    } frontSlot;
 
     MeshVertex() = default;
     explicit MeshVertex(const CPoint2D& p) : point(p) {}
@@ -157,6 +175,7 @@ struct ZEVCORE_API BoundaryDefinition {
 };
 
 class CMeshStore;
+struct FrontCache;
 
 class ZEVCORE_API CMeshModel {
 public:
@@ -247,8 +266,14 @@ public:
     /// the bit.
     void SetReferenceBoundarySmoothing(bool on) { m_referenceSmoothing = on; }
     /// The search for a front crossing itself normally looks only at nearby edges, through a
-    /// grid; the reference path tries every pair of edges. Both give the same mesh to the bit.
+    /// grid, and after a search that found no crossing only at the edges that changed since;
+    /// the reference path tries every pair of edges every time. Both give the same mesh to
+    /// the bit.
     void SetReferenceIntersection(bool on) { m_referenceIntersection = on; }
+    /// While Mesh runs, Seam normally reuses what it decided for a node whose neighbours,
+    /// elements and positions have not changed since; the reference path decides afresh for
+    /// every node. Both give the same mesh to the bit.
+    void SetReferenceSeams(bool on) { m_referenceSeams = on; }
 
 protected:
     // The stages of Mesh, and the repairs it does not reach; protected so that an application
@@ -328,6 +353,19 @@ private:
     std::shared_ptr<CMeshStore> m_store;
     bool m_referenceSmoothing = false;
     bool m_referenceIntersection = false;
+    bool m_referenceSeams = false;
+    /// Remembered answers are only trusted while Mesh drives the model: nothing else moves
+    /// nodes behind its back then.
+    bool m_meshing = false;
+    /// Changes whenever a node may have moved; remembered answers carry the value they saw.
+    unsigned long long m_moves = 0;
+    void nodesMoved();
+    /// The last front found free of crossings, filed for the next search.
+    std::shared_ptr<FrontCache> m_frontCache;
+    /// Searches of a front for crossings of itself so far.
+    unsigned long long m_intersectionChecks = 0;
+    /// Whether node v qualifies for a seam, as Seam's walk decides it.
+    bool seamQualifies(MeshVertex* v, MeshVertexList& list);
     bool m_checkInvariants = false;
     bool m_extended = false;
     int m_rowCap = 100;

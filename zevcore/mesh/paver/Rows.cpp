@@ -463,6 +463,7 @@ void CMeshModel::InsertTucks(std::vector<MeshVertex*>& run, double angleSum, Mes
 }
 
 bool CMeshModel::InsertTuck(MeshVertex* v, MeshVertexList& list) {
+    nodesMoved();
     MeshVertex* n = v->next;
     if (!n || n == v || heldBy(quads, v) != 2 || heldBy(quads, n) != 2) return false;
     std::vector<Quad*> involved;
@@ -533,6 +534,7 @@ static bool splitForWedge(
 }
 
 bool CMeshModel::InsertExpansionWedge(MeshVertex* v, MeshVertexList& list) {
+    nodesMoved();
     SetupNode(v, v->prev, v->next);
     bool done = splitForWedge(
         *this, quads, vertices, v, {1.0 / 3.0, 1.0 / 3.0},
@@ -548,6 +550,7 @@ bool CMeshModel::InsertExpansionWedge(MeshVertex* v, MeshVertexList& list) {
 
 bool CMeshModel::InsertTransitionWedge(MeshVertex* a, MeshVertex* v, MeshVertex* b,
                                        MeshVertexList& list) {
+    nodesMoved();
     if (v->prev != a || v->next != b) return false;
     SetupNode(v, a, b);
     bool done = splitForWedge(

@@ -20,6 +20,7 @@ void CMeshModel::SmoothBoundary(MeshVertexList& list, MeshVertex* first, MeshVer
         last = list.tail;
     }
     if (!first) return;
+    nodesMoved();
     MeshVertex* stop = first->prev;
 
     std::vector<Quad*> found;
@@ -98,6 +99,7 @@ void CMeshModel::smoothBoundaryNode(MeshVertex* v, const std::vector<Quad*>& fou
 }
 
 void CMeshModel::SmoothInterior() {
+    nodesMoved();
     // Front nodes are frozen for the pass, and their own flags put back after it.
     std::vector<bool> saved;
     const long long limit = WalkLimit();
@@ -165,7 +167,10 @@ void CMeshModel::RemoveQuad(Quad* q) {
     auto at = std::find(quads.begin(), quads.end(), q);
     if (at == quads.end()) return;
     for (MeshVertex* c : q->corners)
-        if (c) std::erase(c->quads, q);
+        if (c) {
+            std::erase(c->quads, q);
+            ++c->quadsVersion;
+        }
     quads.erase(at);
 }
 
@@ -280,6 +285,7 @@ bool CMeshModel::SplitSideQuad(Quad& q, int side) {
 }
 
 int CMeshModel::FixConcaveQuads() {
+    nodesMoved();
     int fixed = 0;
     for (Quad* q : quads) {
         if (!q->IsConcaveQuad()) continue;
