@@ -65,6 +65,6 @@ BENCHMARK(BM_Mesh)->ArgsProduct({{1, 2, 3, 4, 5}, {200, 65}})->Unit(benchmark::k
 // The square with a hole, 100 units across.
 BENCHMARK(BM_Mesh)->ArgsProduct({{6}, {3000, 950}})->Unit(benchmark::kMillisecond);
 // Growth: the first shape from about 140 to about 1,100 elements; the slope of log time
-// against log elements is the time exponent (about 1.5 here, 2.15 before the per-node lists
-// and the front grid; see docs/mesh.md).
+// against log elements is the time exponent (about 1.4 here; see docs/mesh.md for why it
+// stays above n log n).
 BENCHMARK(BM_Mesh)->ArgsProduct({{1}, {600, 400, 300, 200}})->Unit(benchmark::kMillisecond);
