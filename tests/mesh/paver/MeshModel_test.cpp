@@ -337,6 +337,20 @@ TEST(PaverModel, IsValidNamesTheFirstBrokenInvariant) {
     }
 }
 
+// A micrometre element at 1e8: the products of a shoelace sum from the origin round away its
+// area; measured from a corner it keeps its sign either way round.
+TEST(PaverModel, IsValidTellsTheTurnOfASmallElementFarOut) {
+    for (bool reversed : {false, true}) {
+        TestModel model;
+        MeshVertex* a = model.vertex(1e8, 1e8);
+        MeshVertex* b = model.vertex(1e8 + 1e-6, 1e8);
+        MeshVertex* c = model.vertex(1e8 + 1e-6, 1e8 + 1e-6);
+        MeshVertex* d = model.vertex(1e8, 1e8 + 1e-6);
+        reversed ? model.quad(a, d, c, b) : model.quad(a, b, c, d);
+        EXPECT_EQ(model.ValidityProblem(), reversed ? "element not counter-clockwise: 0" : "");
+    }
+}
+
 // With the debug switch, every operation of a run is checked.
 TEST(PaverModel, TheDebugSwitchChecksEveryStepOfARun) {
     Paver::CMeshModel model;

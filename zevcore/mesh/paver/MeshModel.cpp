@@ -461,7 +461,10 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
     }
 
     CString line;
-    line.Format("Mesh element size is ~%s", nice(size));
+    // Extended mode paves at a multiple of the size asked for and splits down to it later;
+    // the user is told the size the mesh will have.
+    line.Format("Mesh element size is ~%s",
+                nice(m_extended && m_askedSize > 0.0 ? m_askedSize : size));
     putUpMessage(line);
     putUpMessage("Shape is ready for mesher");
     return true;
@@ -516,6 +519,7 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     m_firstInvalidStep.clear();
     const int splits = m_extended ? extendedSplits(size) : 0;
     const double pavedSize = std::ldexp(size, splits);
+    m_askedSize = size;
     PrepareShape(pavedSize, divisions, false);
     checkpoint("PrepareShape");
     putUpMessage("Meshing boundaries...");
@@ -681,12 +685,14 @@ std::string CMeshModel::ValidityProblem() const {
             return fmt("element with a repeated corner:", i);
         if (!cornerSets.insert(sorted).second)
             return fmt("element with the corners of another:", i);
-        double twiceArea = 0.0;
-        for (int c = 0; c < 4; ++c) {
-            const CPoint2D& a = q->corners[c]->point;
-            const CPoint2D& b = q->corners[(c + 1) % 4]->point;
-            twiceArea += a.x * b.y - b.x * a.y;
-        }
+        // Measured from the first corner, so that a small element far from the origin keeps
+        // its sign instead of losing it to the rounding of large products.
+        const CPoint2D& o = q->corners[0]->point;
+        auto cross = [&](const CPoint2D& a, const CPoint2D& b) {
+            return (a.x - o.x) * (b.y - o.y) - (b.x - o.x) * (a.y - o.y);
+        };
+        const double twiceArea = cross(q->corners[1]->point, q->corners[2]->point) +
+                                 cross(q->corners[2]->point, q->corners[3]->point);
         if (!(twiceArea > 0.0)) return fmt("element not counter-clockwise:", i);
     }
     return {};

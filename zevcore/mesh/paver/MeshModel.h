@@ -375,6 +375,8 @@ private:
     std::vector<MeshVertex*> m_movable;
     size_t m_movableSeen = 0;
     void setCaps(double size);
+    /// The element size Mesh was asked for (extended mode paves at a multiple of it).
+    double m_askedSize = 0.0;
     /// Extended mode stops paving at this many elements.
     size_t m_quadCap = SIZE_MAX;
     bool overQuadCap() const { return quads.size() > m_quadCap; }
