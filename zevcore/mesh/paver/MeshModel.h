@@ -101,6 +101,10 @@ struct ZEVCORE_API MeshVertex {
         CPoint2D at, prev, next;
         double interiorAngle = 0.0;
         int nodeClass = -1;
+        /// While Mesh runs: the neighbours it saw, and the model's move count then (no node
+        /// has moved while that is unchanged).
+        const MeshVertex *prevNode = nullptr, *nextNode = nullptr;
+        unsigned long long moves = 0;
     } setupMemo;
     /// Bumped whenever `quads` changes or an element filed here changes a corner, so that a
     /// remembered answer about this node's elements can tell that it is still good.

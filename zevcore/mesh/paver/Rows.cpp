@@ -52,10 +52,19 @@ void CMeshModel::SetNodeClassification(MeshVertex* v) {
 
 void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
     MeshVertex::SetupMemo& memo = v->setupMemo;
+    if (m_meshing && memo.moves == m_moves && memo.prevNode == prev && memo.nextNode == next &&
+        memo.nodeClass >= 0 && memo.nodeClass == v->nodeClass)
+        return;
     if (memo.nodeClass >= 0 && memo.nodeClass == v->nodeClass &&
         memo.interiorAngle == v->interiorAngle && memo.at == v->point && memo.prev == prev->point &&
-        memo.next == next->point)
+        memo.next == next->point) {
+        if (m_meshing) {
+            memo.prevNode = prev;
+            memo.nextNode = next;
+            memo.moves = m_moves;
+        }
         return;
+    }
     double L = (v->point.dist(prev->point) + v->point.dist(next->point)) * 0.5;
     CVector2D A = CVector2D(v->point, next->point).GetNormalized();
     CVector2D B = CVector2D(v->point, prev->point).GetNormalized();
@@ -101,7 +110,8 @@ void CMeshModel::SetupNode(MeshVertex* v, MeshVertex* prev, MeshVertex* next) {
         default:
             break;
     }
-    memo = {v->point, prev->point, next->point, v->interiorAngle, v->nodeClass};
+    memo = {v->point,     prev->point, next->point, v->interiorAngle,
+            v->nodeClass, prev,        next,        m_meshing ? m_moves : 0};
 }
 
 void CMeshModel::ProcessBoundary(MeshVertexList& list) {

@@ -564,12 +564,10 @@ bool CMeshModel::SingleBoundaryIntersection(MeshVertexList& list, MeshVertex* ig
             size_t kept = 0;
             for (size_t j : near) {
                 size_t step = (j + n - i) % n;
-                if (step < 3 || nodes[j]->isShapeBoundary) continue;
-                size_t at = kept++;
-                for (; at > 0 && near[at - 1] > step; --at) near[at] = near[at - 1];
-                near[at] = step;
+                if (step >= 3 && !nodes[j]->isShapeBoundary) near[kept++] = step;
             }
             if (kept == 0) continue;
+            std::sort(near.begin(), near.begin() + static_cast<std::ptrdiff_t>(kept));
             CLine2D edge(v->point, w->point);
             for (size_t k = 0; k < kept; ++k) crossing(v, w, edge, nodes[(i + near[k]) % n]);
         }
