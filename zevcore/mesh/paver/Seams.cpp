@@ -79,7 +79,7 @@ public:
         m_nx = static_cast<long long>((maxX - minX) / cell) + 1;
         m_ny = static_cast<long long>((maxY - minY) / cell) + 1;
         // Far more than the rounding of a crossing at an angle of half a bucket can move it.
-        const double margin = 0.002 * longest + 16.0 * kFloatEpsilon * far;
+        const double margin = 0.02 * longest + 16.0 * kFloatEpsilon * far;
         // Counting sort of the edges into their cells.
         m_start.assign(static_cast<size_t>(m_nx * m_ny) + 1, 0);
         m_boxes.resize(n);
@@ -243,7 +243,7 @@ private:
 
     // The relative rounding of single precision.
     static constexpr double kFloatEpsilon = 5.9604644775390625e-8;
-    static constexpr int kBuckets = 315;
+    static constexpr int kBuckets = 3142;
     static constexpr double kBucket = M_PI / kBuckets;
 
     // The direction bucket of the line through a-b and its signed distance from the middle.
