@@ -84,3 +84,31 @@ TEST(MeshPaver, SizesThatWouldTakeTooLongAreNamed) {
     EXPECT_EQ(sizeProblem(wide, 4.0),
               "would need 1.25e+04 rows (at most 10000; give a larger size)");
 }
+
+// Elements over a unit square. Joined, they cover it; two nodes at one place, a node on
+// another element's side, or one element twice (whose area is the square's) leave sides open
+// inside, and the check says so.
+TEST(MeshPaver, CoverageNeedsElementsJoinedSideToSide) {
+    const Region square = parseBoundaryText("0 0\n1 0\n1 1\n0 1\n0 0\n");
+    const std::vector<Point> nodes = {{0, 0}, {0.5, 0}, {1, 0},   {1, 1},     {0.5, 1},
+                                      {0, 1}, {0.5, 0}, {0.5, 1}, {0.5, 0.5}, {1, 0.5}};
+    auto quad = [](int a, int b, int c, int d) { return Element{4, {a, b, c, d}}; };
+    struct Case {
+        const char* what;
+        std::vector<Element> elements;
+        bool joined;
+        double open;
+    };
+    const Case cases[] = {
+        {"joined", {quad(0, 1, 4, 5), quad(1, 2, 3, 4)}, true, 4.0},
+        {"two nodes at one place", {quad(0, 1, 4, 5), quad(6, 2, 3, 7)}, false, 6.0},
+        {"a node on a side", {quad(0, 1, 4, 5), quad(1, 2, 9, 8), quad(8, 9, 3, 4)}, false, 6.0},
+        {"one element twice", {quad(0, 1, 4, 5), quad(0, 1, 4, 5)}, false, 0.0},
+    };
+    for (const Case& c : cases) {
+        const Coverage coverage = measureCoverage(square, Mesh{nodes, c.elements});
+        EXPECT_EQ(coverage.joined(), c.joined) << c.what;
+        EXPECT_EQ(coverage.covered(), c.joined) << c.what;
+        EXPECT_NEAR(coverage.openLength, c.open, 1e-12) << c.what;
+    }
+}

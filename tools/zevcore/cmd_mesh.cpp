@@ -233,6 +233,11 @@ int runMesh(const std::vector<std::string>& args) {
     const Coverage coverage = measureCoverage(region, result.mesh);
     char line[200];
     std::snprintf(line, sizeof line,
+                  "joined:            %s (open sides %.6g of outline %.6g; sides misjoined: %d)\n",
+                  coverage.joined() ? "yes" : "no", coverage.openLength, coverage.outlineLength,
+                  coverage.misjoined);
+    std::cout << line;
+    std::snprintf(line, sizeof line,
                   "covered:           %s (elements %.6g of region %.6g; folded elements: %d)\n",
                   coverage.covered() ? "yes" : "no", coverage.elementArea, coverage.regionArea,
                   coverage.folded);
@@ -243,6 +248,8 @@ int runMesh(const std::vector<std::string>& args) {
         failure = "the mesher stopped before every front was closed";
     else if (coverage.folded > 0)
         failure = std::to_string(coverage.folded) + " folded element(s)";
+    else if (!coverage.joined())
+        failure = "the elements do not join side to side";
     else if (!coverage.covered())
         failure = "the elements do not cover the region";
     PendingOutputs outputs;

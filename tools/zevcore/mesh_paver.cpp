@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <map>
 
 #include "zevcore/mesh/paver/MeshModel.h"
 
@@ -109,15 +110,29 @@ std::string sizeProblem(const Region& region, double size) {
     return "";
 }
 
+bool Coverage::joined() const {
+    return misjoined == 0 && std::fabs(openLength - outlineLength) <= 1e-6 * outlineLength;
+}
+
 bool Coverage::covered() const {
-    return folded == 0 && std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
+    return folded == 0 && joined() &&
+           std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
 }
 
 Coverage measureCoverage(const Region& region, const Mesh& mesh) {
     Coverage c;
     for (size_t i = 0; i < region.loops.size(); ++i)
-        if (i == 0 || i >= region.solid.size() || !region.solid[i])
-            c.regionArea += signedArea(region.loops[i]);
+        if (i == 0 || i >= region.solid.size() || !region.solid[i]) {
+            const std::vector<Point>& loop = region.loops[i];
+            c.regionArea += signedArea(loop);
+            for (size_t k = 0; k < loop.size(); ++k) {
+                const Point& a = loop[k];
+                const Point& b = loop[(k + 1) % loop.size()];
+                c.outlineLength += std::hypot(b.x - a.x, b.y - a.y);
+            }
+        }
+    // Each side by its two nodes, smaller number first, with how often it runs each way.
+    std::map<std::pair<int, int>, std::pair<int, int>> sides;
     for (const Element& e : mesh.elements) {
         std::vector<Point> corners;
         bool finite = true;
@@ -138,6 +153,20 @@ Coverage measureCoverage(const Region& region, const Mesh& mesh) {
                               sidesCross(corners[1], corners[2], corners[3], corners[0])));
         c.folded += folded ? 1 : 0;
         if (finite) c.elementArea += area;
+        if (corners.size() != static_cast<size_t>(e.count)) continue;
+        for (int k = 0; k < e.count; ++k) {
+            const int a = e.v[static_cast<size_t>(k)];
+            const int b = e.v[static_cast<size_t>((k + 1) % e.count)];
+            auto& ways = sides[{std::min(a, b), std::max(a, b)}];
+            ++(a < b ? ways.first : ways.second);
+        }
+    }
+    for (const auto& [ends, ways] : sides) {
+        if (ways.first > 1 || ways.second > 1) ++c.misjoined;
+        if (ways.first + ways.second != 1) continue;
+        const Point& a = mesh.nodes[static_cast<size_t>(ends.first)];
+        const Point& b = mesh.nodes[static_cast<size_t>(ends.second)];
+        c.openLength += std::hypot(b.x - a.x, b.y - a.y);
     }
     return c;
 }

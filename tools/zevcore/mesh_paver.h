@@ -42,12 +42,20 @@ double defaultSize(const Region& region);
 /// A size needing more than 100000 boundary segments or 10000 rows is refused.
 std::string sizeProblem(const Region& region, double size);
 
-/// Whether the elements cover the region: their summed area against the region's, and no
-/// element folded (turned over, or with two sides crossing), since a fold can hide a gap.
+/// Whether the elements cover the region: their summed area against the region's, no element
+/// folded (turned over, or with two sides crossing), since a fold can hide a gap, and the
+/// elements joined side to side: every side that no other element shares lies on the region's
+/// outline, so their lengths add up to the outline's, and no side is shared the wrong way (twice
+/// in one direction, or by more than two elements). A gap, an overlap, two nodes at one place
+/// or a node on another element's side each leave sides open inside the region.
 struct Coverage {
     double regionArea = 0.0;
     double elementArea = 0.0;
     int folded = 0;
+    double openLength = 0.0;
+    double outlineLength = 0.0;
+    int misjoined = 0;
+    bool joined() const;
     bool covered() const;
 };
 
