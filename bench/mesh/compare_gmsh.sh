@@ -6,7 +6,8 @@
 #
 #   bench/mesh/compare_gmsh.sh [ZEVCORE] [SIZES]
 #
-# ZEVCORE defaults to build/release/tools/zevcore/zevcore; SIZES to "0.4 0.2".
+# ZEVCORE defaults to build/release/tools/zevcore/zevcore; SIZES to "0.4 0.2". Last, for each
+# shape, the growth of both counts with the elements from the first size to the last.
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 zevcore=${1:-build/release/tools/zevcore/zevcore}
@@ -39,7 +40,9 @@ zstart=$(count "$zevcore" --help)
 gstart=$(count gmsh -version)
 printf '%-6s %5s %9s %9s %12s %12s %7s\n' shape size zev_quads gmsh_quads zev_instr/q \
     gmsh_instr/q ratio
+growth=""
 for shape in S1 S2 S3 S4; do
+    first=""
     for h in $sizes; do
         zi=$(count "$zevcore" mesh "$here/shapes/$shape.txt" --size "$h" -q --keep-partial \
             --msh "$work/z.msh" ||
@@ -55,5 +58,16 @@ for shape in S1 S2 S3 S4; do
             printf "%-6s %5s %9d %9d %12.0f %12.0f %7.2f\n", s, h, zq, gq, zp, gp,
                 (gp > 0 ? zp / gp : 0) }'
         rm -f "$work/z.msh" "$work/g.msh"
+        last="$((zi - zstart)) $zq $((gi - gstart)) $gq $h"
+        [ -n "$first" ] || first=$last
     done
+    growth="$growth$shape $first $last
+"
 done
+# How each count grows with the elements from the first size to the last: the slope of log
+# instructions against log elements (1 is linear).
+printf '%s' "$growth" | awk 'NF == 11 && $6 != $11 {
+    z = ($3 > 0 && $8 > 0 && $3 != $8) ? log($7 / $2) / log($8 / $3) : 0
+    g = ($5 > 0 && $10 > 0 && $5 != $10) ? log($9 / $4) / log($10 / $5) : 0
+    printf "%-6s growth from size %s to %s: paver n^%.2f, gmsh n^%.2f\n", $1, $6, $11, z, g }'
+
