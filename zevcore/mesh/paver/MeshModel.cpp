@@ -176,6 +176,7 @@ void CMeshModel::ClearAll() {
     vertices.clear();
     m_movable.clear();
     m_movableSeen = 0;
+    m_frontCache.reset();
     wedgeLog.clear();
     tuckLog.clear();
     quads.clear();
@@ -531,7 +532,15 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     m_movableSeen = 0;
     m_frontCache.reset();
     nodesMoved();
+    // A progress window may stop the run by throwing: the memories are not trusted after.
     m_meshing = true;
+    struct MeshingScope {
+        CMeshModel& model;
+        ~MeshingScope() {
+            model.m_meshing = false;
+            model.m_frontCache.reset();
+        }
+    } meshing{*this};
 
     int pass = 0;
     auto current = fronts.begin();

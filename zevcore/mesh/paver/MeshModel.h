@@ -249,10 +249,11 @@ public:
     /// concave.
     static bool IsConcave(CPoint2D a, CPoint2D b, CPoint2D c, CPoint2D d);
 
-    /// Extended mode, off by default: the caps on row steps and passes grow with the number
-    /// of elements the region needs at the size asked, interior smoothing visits only nodes
-    /// that can still move, concave elements are repaired rather than left, and a front the
-    /// caps leave open is closed by a fan round its centre. Off, Mesh runs exactly as stated.
+    /// Extended mode, off by default: the region is paved at a multiple of the size asked,
+    /// with caps on row steps and passes that grow with it; bad elements are taken out, what
+    /// is left open is closed by triangulating it and pairing the triangles, and every element
+    /// is split down to the size asked. Mesh then answers whether the region was closed. Off,
+    /// Mesh runs exactly as stated.
     void SetExtended(bool on) { m_extended = on; }
     bool IsExtended() const { return m_extended; }
 
