@@ -37,9 +37,10 @@ long long stepsBetween(const MeshVertex* from, const MeshVertex* to, long long l
 //   - edges too short for their direction to be known in single precision are near every edge.
 class FrontGrid {
 public:
-    // False when the front is not a clean circle or has a coordinate that is not finite:
-    // the caller then walks every pair. `otherLength` is the longest edge that will be looked
-    // up and the largest coordinate of one, when larger than this front's own.
+    // False when the front is not a clean circle or has a coordinate that is not finite (or
+    // so large that its extent is not): the caller then walks every pair. `otherLength` and
+    // `otherFar` are the longest edge that will be looked up and the largest coordinate of
+    // one, when larger than this front's own.
     bool build(const MeshVertexList& list, long long limit, double otherLength = 0.0,
                double otherFar = 0.0) {
         m_nodes.clear();
@@ -69,6 +70,7 @@ public:
         m_middle = CPoint2D(0.5 * (minX + maxX), 0.5 * (minY + maxY));
         m_reach = 0.0;
         for (const MeshVertex* u : m_nodes) m_reach = std::max(m_reach, u->point.dist(m_middle));
+        if (!std::isfinite(m_reach) || !std::isfinite(longest)) return false;
         // About two mean edges, and never many more cells than edges.
         double extent = std::max(maxX - minX, maxY - minY);
         double cell = std::max(2.0 * sum / static_cast<double>(n), extent / std::sqrt(4.0 * n));
@@ -264,7 +266,7 @@ private:
         // The normal of the bucketed direction: the same for both senses of the segment.
         const double nx = -std::sin(angle), ny = std::cos(angle);
         line.offset = nx * (a.x - m_middle.x) + ny * (a.y - m_middle.y);
-        return kKnown;
+        return std::isfinite(line.offset) ? kKnown : kAnywhere;
     }
 
     // The cells of the box of a-b grown by `grow` on every side.
