@@ -439,6 +439,10 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         return MeshOutcome::Failed;
     }
     const MeshSettings settings = m_options.Settings();
+    if (const std::string where = coordinateProblem(m_region); !where.empty()) {
+        error(tr("The region %1.").arg(QString::fromUtf8(where.c_str())));
+        return MeshOutcome::Failed;
+    }
     const std::string problem = sizeProblem(m_region, settings.size);
     if (!problem.empty()) {
         error(tr("An element size of %1 %2.")

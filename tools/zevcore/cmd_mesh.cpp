@@ -220,6 +220,8 @@ void checkSize(const Region& region, double size) {
 int runMesh(const std::vector<std::string>& args) {
     const Options o = readOptions(args);
     const Region region = readRegion(o);
+    if (const std::string problem = coordinateProblem(region); !problem.empty())
+        throw UsageError("the region " + problem);
     const double size = o.size ? *o.size : defaultSize(region);
     checkSize(region, size);
     const Result result =

@@ -111,12 +111,28 @@ std::string sizeProblem(const Region& region, double size) {
 }
 
 bool Coverage::joined() const {
-    return misjoined == 0 && std::fabs(openLength - outlineLength) <= 1e-6 * outlineLength;
+    return misjoined == 0 && std::isfinite(outlineLength) &&
+           std::fabs(openLength - outlineLength) <= 1e-6 * outlineLength;
 }
 
 bool Coverage::covered() const {
-    return folded == 0 && joined() &&
+    return folded == 0 && joined() && std::isfinite(regionArea) &&
            std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
+}
+
+std::string coordinateProblem(const Region& region) {
+    double far = 0.0;
+    auto see = [&](const std::vector<Point>& points) {
+        for (const Point& p : points) far = std::max({far, std::fabs(p.x), std::fabs(p.y)});
+    };
+    for (const auto& loop : region.loops) see(loop);
+    see(region.interiorPoints);
+    see(region.boundaryPoints);
+    if (far <= kMaxCoordinate) return "";
+    char text[120];
+    std::snprintf(text, sizeof text, "has a coordinate of %.3g (at most %.0e: move it nearer 0)",
+                  far, kMaxCoordinate);
+    return text;
 }
 
 Coverage measureCoverage(const Region& region, const Mesh& mesh) {

@@ -42,6 +42,14 @@ double defaultSize(const Region& region);
 /// A size needing more than 100000 boundary segments or 10000 rows is refused.
 std::string sizeProblem(const Region& region, double size);
 
+/// Coordinates beyond this many units are refused: past it a double no longer tells whole
+/// units apart, and the paver's single-precision geometry overflows long before the largest
+/// double.
+constexpr double kMaxCoordinate = 1e15;
+/// Why the region cannot be meshed where it lies: "" when it can, else the reason, as "has a
+/// coordinate of 1e+307 (at most 1e+15: move it nearer 0)".
+std::string coordinateProblem(const Region& region);
+
 /// Whether the elements cover the region: their summed area against the region's, no element
 /// folded (turned over, or with two sides crossing), since a fold can hide a gap, and the
 /// elements joined side to side: every side that no other element shares lies on the region's

@@ -337,6 +337,19 @@ TEST(PaverModel, IsValidNamesTheFirstBrokenInvariant) {
     }
 }
 
+// A region beyond single precision: the geometry turns infinite, and the run ends all the same,
+// in either mode, with an answer rather than an exception.
+TEST(PaverModel, ARegionBeyondSinglePrecisionEndsWithAnAnswer) {
+    for (bool extended : {false, true}) {
+        Paver::CMeshModel model;
+        addLoops(model, {{{0, 0}, {1e307, 0}, {1e307, 1e307}, {0, 1e307}}});
+        model.SetExtended(extended);
+        bool answered = false;
+        EXPECT_NO_THROW(answered = model.Mesh(1, 6e305, 0, false)) << extended;
+        EXPECT_FALSE(answered && extended) << "nothing can be closed out there";
+    }
+}
+
 // A micrometre element at 1e8: the products of a shoelace sum from the origin round away its
 // area; measured from a corner it keeps its sign either way round.
 TEST(PaverModel, IsValidTellsTheTurnOfASmallElementFarOut) {

@@ -201,8 +201,10 @@ public:
             maxY = std::max({maxY, points[a].y, points[b].y});
         }
         if (segments.empty()) return;
+        // At most 4096 rows; one when the extent is not finite.
         m_band = std::max(size, (maxY - m_minY) / 4096.0);
-        m_rows.resize(static_cast<std::size_t>((maxY - m_minY) / m_band) + 1);
+        const double rows = (maxY - m_minY) / m_band;
+        m_rows.resize(rows >= 0.0 && rows <= 4096.0 ? static_cast<std::size_t>(rows) + 1 : 1);
         for (std::size_t s = 0; s < segments.size(); ++s) {
             const double y0 = std::min(points[segments[s].first].y, points[segments[s].second].y);
             const double y1 = std::max(points[segments[s].first].y, points[segments[s].second].y);
@@ -214,7 +216,6 @@ public:
     bool contains(Pt p) const {
         if (m_rows.empty() || p.y < m_minY) return false;
         const std::size_t r = row(p.y);
-        if (r >= m_rows.size()) return false;
         bool in = false;
         for (int s : m_rows[r]) {
             const Pt a = m_points[m_segments[s].first], b = m_points[m_segments[s].second];
@@ -225,7 +226,14 @@ public:
     }
 
 private:
-    std::size_t row(double y) const { return static_cast<std::size_t>((y - m_minY) / m_band); }
+    // The row of height y, the last one for anything above it (where no edge changes the
+    // count), the first for what cannot be placed.
+    std::size_t row(double y) const {
+        const double r = (y - m_minY) / m_band;
+        if (!(r >= 0.0)) return 0;
+        return r < static_cast<double>(m_rows.size() - 1) ? static_cast<std::size_t>(r)
+                                                          : m_rows.size() - 1;
+    }
 
     const std::vector<Pt>& m_points;
     const std::vector<std::pair<int, int>>& m_segments;
