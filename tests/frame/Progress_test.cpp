@@ -241,12 +241,13 @@ TEST_F(Progress, WithoutStopTheButtonSaysPatienceAndClicksDoNothing) {
 TEST_F(Progress, StartingOnABusyIdClosesTheOldReport) {
     StartProgressDialog("first", true, false, false, owner, 3);
     ViewLog& first = view();
-    HWND firstWindow = ProgressData[3].window;
     StartProgressDialog("second", true, false, false, owner, 3);
+    // The old window's handle may come back for the new one (the allocator reuses it): its
+    // closing and the new title are what tell the two apart.
     EXPECT_TRUE(first.destroyed);
     EXPECT_FALSE(first.captured);
     EXPECT_EQ(first.focused, mainWindow);
-    EXPECT_NE(ProgressData[3].window, firstWindow);
+    EXPECT_NE(ProgressData[3].window, nullptr);
     EXPECT_EQ(view().title, "second");
 }
 

@@ -209,8 +209,8 @@ Result runTriangle(const Region& region, const Options& o, double size) {
     return result;
 }
 
-void checkSize(const Region& region, double size) {
-    const std::string problem = sizeProblem(region, size);
+void checkSize(const Region& region, double size, bool paver) {
+    const std::string problem = sizeProblem(region, size, paver);
     if (problem.empty()) return;
     char text[64];
     std::snprintf(text, sizeof text, "--size %g ", size);
@@ -223,7 +223,7 @@ int runMesh(const std::vector<std::string>& args) {
     if (const std::string problem = coordinateProblem(region); !problem.empty())
         throw UsageError("the region " + problem);
     const double size = o.size ? *o.size : defaultSize(region);
-    checkSize(region, size);
+    checkSize(region, size, o.method != "triangle");
     const Result result =
         o.method == "triangle" ? runTriangle(region, o, size) : runPaver(region, o, size);
 

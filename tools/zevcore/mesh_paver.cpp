@@ -82,20 +82,73 @@ double defaultSize(const Region& region) {
 constexpr double kMaxBoundarySegments = 100000.0;
 constexpr double kMaxRows = 10000.0;
 
-std::string sizeProblem(const Region& region, double size) {
-    double segments = 0.0;
-    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
-    for (const auto& loop : region.loops)
+namespace {
+
+// The element size the paver uses along each line of the region, in loop order: the size
+// asked, or a fifth of the gap to the nearest line of another loop where that is smaller (the
+// paver's rule, with its own distance). Lines are swept in order of their left ends, so only
+// lines within five sizes of each other are measured.
+std::vector<double> lineSizes(const Region& region, double size) {
+    struct Line {
+        Paver::CLine2D line;
+        size_t loop;
+        double x0, x1, y0, y1;
+    };
+    std::vector<Line> lines;
+    for (size_t k = 0; k < region.loops.size(); ++k) {
+        const auto& loop = region.loops[k];
         for (size_t i = 0; i < loop.size(); ++i) {
             const Point& a = loop[i];
             const Point& b = loop[(i + 1) % loop.size()];
-            segments += std::hypot(b.x - a.x, b.y - a.y) / size;
+            lines.push_back({Paver::CLine2D({a.x, a.y}, {b.x, b.y}), k, std::min(a.x, b.x),
+                             std::max(a.x, b.x), std::min(a.y, b.y), std::max(a.y, b.y)});
+        }
+    }
+    std::vector<double> sizes(lines.size(), size);
+    std::vector<size_t> order(lines.size());
+    for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+    std::sort(order.begin(), order.end(),
+              [&](size_t a, size_t b) { return lines[a].x0 < lines[b].x0; });
+    const double reach = 5.0 * size;
+    for (size_t i = 0; i < order.size(); ++i) {
+        const Line& a = lines[order[i]];
+        for (size_t j = i + 1; j < order.size() && lines[order[j]].x0 <= a.x1 + reach; ++j) {
+            const Line& b = lines[order[j]];
+            if (b.loop == a.loop || b.y0 > a.y1 + reach || a.y0 > b.y1 + reach) continue;
+            const double g = 0.2 * a.line.JL_Distance_to(b.line);
+            sizes[order[i]] = std::min(sizes[order[i]], g);
+            sizes[order[j]] = std::min(sizes[order[j]], g);
+        }
+    }
+    return sizes;
+}
+
+}  // namespace
+
+std::string sizeProblem(const Region& region, double size, bool gaps) {
+    double segments = 0.0;
+    double minX = HUGE_VAL, minY = HUGE_VAL, maxX = -HUGE_VAL, maxY = -HUGE_VAL;
+    const std::vector<double> sizes = gaps ? lineSizes(region, size) : std::vector<double>();
+    size_t line = 0;
+    for (const auto& loop : region.loops)
+        for (size_t i = 0; i < loop.size(); ++i, ++line) {
+            const Point& a = loop[i];
+            const Point& b = loop[(i + 1) % loop.size()];
+            segments += std::hypot(b.x - a.x, b.y - a.y) / (gaps ? sizes[line] : size);
             minX = std::min(minX, a.x), maxX = std::max(maxX, a.x);
             minY = std::min(minY, a.y), maxY = std::max(maxY, a.y);
         }
     // Rows run inward from the boundary; half the smaller side bounds how many meet.
     double rows = 0.5 * std::min(maxX - minX, maxY - minY) / size;
     char text[200];
+    const double finest = sizes.empty() ? size : *std::min_element(sizes.begin(), sizes.end());
+    if (!(segments <= kMaxBoundarySegments) && finest < size) {
+        std::snprintf(text, sizeof text,
+                      "would need %.3g boundary segments, as two loops come within %.3g of each "
+                      "other (at most %.0f)",
+                      segments, 5.0 * finest, kMaxBoundarySegments);
+        return text;
+    }
     if (!(segments <= kMaxBoundarySegments)) {
         std::snprintf(text, sizeof text,
                       "would need %.3g boundary segments (at most %.0f; give a larger size)",

@@ -39,8 +39,10 @@ double defaultSize(const Region& region);
 
 /// Why meshing the region at `size` would take too long: "" when it would not, else the
 /// reason, as "would need 2.4e+05 boundary segments (at most 100000; give a larger size)".
-/// A size needing more than 100000 boundary segments or 10000 rows is refused.
-std::string sizeProblem(const Region& region, double size);
+/// A size needing more than 100000 boundary segments or 10000 rows is refused. With `gaps`
+/// (the paver), a line near another loop counts at the paver's finer size there: a fifth of
+/// the gap.
+std::string sizeProblem(const Region& region, double size, bool gaps = true);
 
 /// Coordinates beyond this many units are refused: past it a double no longer tells whole
 /// units apart, and the paver's single-precision geometry overflows long before the largest

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -75,11 +76,10 @@ private:
     size_t m_at = 0;
 };
 
-[[noreturn]] void runChild(const std::function<void(Output&)>& work, int fd) {
+[[noreturn]] void runChild(const std::function<void(Output&)>& work, int fd, const Limits& limits) {
     // A crash ends the child by its signal: the host's own crash handlers (a sanitizer's, an
     // application's reporter) are not for this process.
     for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) std::signal(signal, SIG_DFL);
-    const Limits limits = gLimits;
     rlimit cpu{static_cast<rlim_t>(limits.cpuSeconds), static_cast<rlim_t>(limits.cpuSeconds + 1)};
     setrlimit(RLIMIT_CPU, &cpu);
     if (kLimitAddressSpace) {
@@ -120,7 +120,10 @@ Limits limits() {
     return gLimits;
 }
 
-bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure) {
+bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure,
+                 int cpuSeconds) {
+    Limits limits = gLimits;
+    if (cpuSeconds > 0) limits.cpuSeconds = std::min(limits.cpuSeconds, cpuSeconds);
     int fds[2];
     if (pipe2(fds, O_CLOEXEC) != 0) {
         failure = std::string("The triangulation could not start: ") + std::strerror(errno);
@@ -136,7 +139,7 @@ bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::
     }
     if (pid == 0) {
         ::close(fds[0]);
-        runChild(work, fds[1]);
+        runChild(work, fds[1], limits);
     }
     ::close(fds[1]);
     std::string bytes;
@@ -152,7 +155,7 @@ bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        failure = describe(status, gLimits);
+        failure = describe(status, limits);
         return false;
     }
     Reader reader(bytes);

@@ -33,7 +33,9 @@ Limits limits();
 /// Runs `work` in a child process. `work` calls Triangle and answers its output record's
 /// fields through `Output`. True with the output when the child finished; false with
 /// `failure` saying why not (the child's exit status or signal, or a cut result). Triangle's
-/// own messages go wherever standard output goes.
-bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure);
+/// own messages go wherever standard output goes. `cpuSeconds`, when positive, lowers the
+/// processor-time limit for this run.
+bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure,
+                 int cpuSeconds = 0);
 
 }  // namespace zevtriangle

@@ -351,8 +351,15 @@ void markStrays(const Work& w, const RegionLoops& region, const std::vector<Quad
 // Triangulates the part of the plane inside `segments` (an outline with the open part on one
 // side of every edge) on the outline's nodes and what quality refinement adds inside, pairs
 // the triangles into quadrilaterals where the pair is a good one, and adds both to `w`.
+// Processor seconds the closure's triangulation may take at the finer angle, and then at the
+// angle where refinement always ends. An outline that takes longer is one Triangle cannot
+// work with (it refines some without end); the finish then tries the region's own outline.
+constexpr int kQuickSeconds = 5;
+constexpr int kSlowSeconds = 20;
+
 bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
-               const std::vector<int>& nodes, double pavedSize, std::string& failure) {
+               const std::vector<int>& nodes, double pavedSize, std::string& failure, bool& stuck) {
+    stuck = false;
     if (segments.empty()) return true;
     std::vector<int> local(w.points.size(), -1), global;
     std::vector<double> pointList;
@@ -376,7 +383,10 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     char area[64];
     std::snprintf(area, sizeof area, "%.17g", 0.5 * pavedSize * pavedSize);
     // No new nodes on the outline (Y), so that the elements round it still meet node to node.
-    const std::string switches = std::string("pzQYq28a") + area;
+    // A minimum angle of 28 degrees pairs well, but refining to it need not end where the
+    // outline has sharp corners; 20 degrees always ends. So 28 is tried for a short while
+    // (the closures of a fine region take well under a second), then 20 with the full limit.
+    std::string switches;
     auto work = [&](zevtriangle::Output& output) {
         triangulateio in{}, out{};
         in.pointlist = pointList.data();
@@ -395,7 +405,15 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
                 out.trianglelist + count * static_cast<std::size_t>(out.numberofcorners));
     };
     zevtriangle::Output result;
-    if (!zevtriangle::runIsolated(work, result, failure)) return false;
+    switches = std::string("pzQYq28a") + area;
+    if (!zevtriangle::runIsolated(work, result, failure, kQuickSeconds)) {
+        result = {};
+        switches = std::string("pzQYq20a") + area;
+        if (!zevtriangle::runIsolated(work, result, failure, kSlowSeconds)) {
+            stuck = true;
+            return false;
+        }
+    }
     if (result.corners < 3 || result.points.size() / 2 < global.size()) {
         failure = "the triangulation came back incomplete";
         return false;
@@ -597,11 +615,14 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
         for (std::size_t v = 0; v < base.points.size(); ++v)
             if (base.fixed[v] && !base.boundary[v] && !inKept[v])
                 loose.push_back(static_cast<int>(v));
-        if (closeOpen(attempt, segments, loose, pavedSize, failure) &&
+        bool stuck = false;
+        if (closeOpen(attempt, segments, loose, pavedSize, failure, stuck) &&
             std::fabs(coveredArea(attempt) - region.area) <= tolerance) {
             w = std::move(attempt);
             closed = true;
         }
+        // Another ring makes the same kind of outline: straight to the region's own.
+        if (stuck) break;
     }
     if (!closed) {
         // The region's own outline, divided at the size.
@@ -633,7 +654,8 @@ bool CMeshModel::finishExtended(double pavedSize, int splits) {
             whole.fixed.push_back(1);
             whole.boundary.push_back(0);
         }
-        if (!closeOpen(whole, segments, loose, pavedSize, failure) ||
+        bool stuck = false;
+        if (!closeOpen(whole, segments, loose, pavedSize, failure, stuck) ||
             std::fabs(coveredArea(whole) - region.area) > tolerance) {
             putUpMessage("Warning: the region could not be closed.");
             return false;

@@ -621,7 +621,9 @@ void CMeshModel::setCaps(double size) {
     m_quadCap = SIZE_MAX;
     if (!m_extended) return;
     // Elements the region needs at the size asked (or at the smaller size a narrow gap
-    // between boundaries forces), from the area of the boundaries.
+    // between boundaries forces), from the area of the boundaries; never more than the
+    // boundary's own nodes bound (a region with N of them at the spacing of its boundary
+    // needs fewer than N^2 / 8), which one short, fine stretch of boundary would overstate.
     double area = 0.0, smallest = size;
     for (const auto& boundary : boundaries)
         for (const CLine2D& line : boundary) {
@@ -630,7 +632,8 @@ void CMeshModel::setCaps(double size) {
         }
     double wanted = std::fabs(0.5 * area) / (smallest * smallest);
     if (!std::isfinite(wanted)) wanted = 0.0;
-    wanted = std::min(wanted, 1e8);
+    const double nodes = static_cast<double>(vertices.size());
+    wanted = std::min({wanted, 0.25 * nodes * nodes, 1e8});
     // A row step lays at least one element, and a pass works on one front; fronts split, so
     // passes are allowed generously too. Both stay caps: every run ends.
     m_rowCap = std::max(100, static_cast<int>(2.0 * wanted) + 100);
