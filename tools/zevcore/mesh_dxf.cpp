@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
@@ -136,9 +135,7 @@ std::vector<std::vector<Point>> chain(const std::vector<Segment>& segments, doub
 }  // namespace
 
 Region readDxfRegion(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        throw InputError(0, "cannot read the file: it is a folder");
+    refuseFolder(path);
     HDXF h = dxfOpenFile(path.c_str());
     if (!h) throw InputError(0, "cannot read the file");
     std::vector<std::vector<Point>> loops;

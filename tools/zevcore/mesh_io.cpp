@@ -252,15 +252,23 @@ Region parseBoundaryText(const std::string& text) {
     return region;
 }
 
-Region readBoundaryFile(const std::string& path) {
+void refuseFolder(const std::string& path) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
         throw InputError(0, "cannot read the file: it is a folder");
+}
+
+std::string readInputFile(const std::string& path) {
+    refuseFolder(path);
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(0, "cannot read the file");
     std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (in.bad()) throw InputError(0, "cannot read the file");
-    return parseBoundaryText(text);
+    return text;
+}
+
+Region readBoundaryFile(const std::string& path) {
+    return parseBoundaryText(readInputFile(path));
 }
 
 Quality measureQuality(const Mesh& mesh) {

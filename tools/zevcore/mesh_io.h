@@ -54,6 +54,12 @@ private:
 /// itself or another, a hole outside the outer boundary. Orients the outer loop
 /// counter-clockwise and the holes clockwise.
 Region parseBoundaryText(const std::string& text);
+/// Throws the InputError on line 0 that a path naming a folder gets from every reader.
+void refuseFolder(const std::string& path);
+/// The whole text of an input file; an unreadable file (or a folder) is an InputError on
+/// line 0.
+std::string readInputFile(const std::string& path);
+
 /// Reads and parses a boundary file; an unreadable file is an InputError on line 0.
 Region readBoundaryFile(const std::string& path);
 

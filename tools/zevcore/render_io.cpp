@@ -5,9 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <unordered_map>
 
@@ -145,14 +143,7 @@ Mesh parseMshText(const std::string& text) {
 }
 
 Mesh readMshFile(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        throw InputError(0, "cannot read the file: it is a folder");
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw InputError(0, "cannot read the file");
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (in.bad()) throw InputError(0, "cannot read the file");
-    return parseMshText(text);
+    return parseMshText(meshio::readInputFile(path));
 }
 
 bool parseSize(const std::string& text, int& width, int& height) {
