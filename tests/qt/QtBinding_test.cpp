@@ -16,7 +16,7 @@
 #include <memory>
 
 #include "QtTestMain.h"
-#include "prefs_tree.h"
+#include "tools/zevcore/PrefsTree.h"
 #include "zevcore-qt/GridView.h"
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtConvert.h"

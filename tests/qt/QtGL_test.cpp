@@ -7,9 +7,9 @@
 #include <QImage>
 #include <QOpenGLWidget>
 
-#include "GLMeshView.h"
 #include "QtTestMain.h"
-#include "StudioWindow.h"
+#include "tools/studio/GLMeshView.h"
+#include "tools/studio/StudioWindow.h"
 #include "zevcore-qt/QtGLView.h"
 #include "zevcore/graphics/GLEnabledView.h"
 

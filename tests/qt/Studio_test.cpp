@@ -12,9 +12,9 @@
 #include <QTimer>
 #include <cmath>
 
-#include "MeshView.h"
 #include "QtTestMain.h"
-#include "StudioWindow.h"
+#include "tools/studio/MeshView.h"
+#include "tools/studio/StudioWindow.h"
 #include "zevcore-qt/GridView.h"
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtProgressView.h"

@@ -6,7 +6,7 @@
 #include <random>
 
 #include "support/TestEnv.h"
-#include "tools/zevcore/mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 
 using namespace zevtool::meshio;
 

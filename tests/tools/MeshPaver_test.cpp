@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "support/ExpectMessage.h"
-#include "tools/zevcore/mesh_paver.h"
+#include "tools/zevcore/MeshPaver.h"
 #include "zevcore/platform/Host.h"
 
 using namespace zevtool::meshio;

@@ -5,7 +5,7 @@
 
 #include "support/ExpectMessage.h"
 #include "support/TestEnv.h"
-#include "tools/zevcore/render_io.h"
+#include "tools/zevcore/RenderIo.h"
 
 using namespace zevtool;
 using meshio::InputError;

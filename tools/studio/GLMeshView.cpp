@@ -1,4 +1,4 @@
-#include "GLMeshView.h"
+#include "tools/studio/GLMeshView.h"
 
 #include <GL/gl.h>
 
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "MeshView.h"
+#include "tools/studio/MeshView.h"
 #include "zevcore/graphics/GLState.h"
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicGrid.h"

@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 #include "zevcore-qt/QtGLView.h"
 #include "zevcore/graphics/GLEnabledView.h"
 

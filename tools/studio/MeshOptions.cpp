@@ -1,4 +1,4 @@
-#include "MeshOptions.h"
+#include "tools/studio/MeshOptions.h"
 
 #include <initializer_list>
 

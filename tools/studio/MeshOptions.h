@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-#include "Project.h"
+#include "tools/studio/Project.h"
 #include "zevcore/settings/BaseProperty.h"
 #include "zevcore/settings/PropertyGroup.h"
 

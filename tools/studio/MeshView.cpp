@@ -1,4 +1,4 @@
-#include "MeshView.h"
+#include "tools/studio/MeshView.h"
 
 #include <QMouseEvent>
 #include <QPainter>

@@ -8,7 +8,7 @@
 #include <QPointF>
 #include <QWidget>
 
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 
 class CGridManager;
 

@@ -1,4 +1,4 @@
-#include "Project.h"
+#include "tools/studio/Project.h"
 
 #include <algorithm>
 #include <charconv>

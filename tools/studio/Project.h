@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 
 namespace studio {
 

@@ -1,4 +1,4 @@
-#include "StudioWindow.h"
+#include "tools/studio/StudioWindow.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -22,14 +22,14 @@
 #include <fstream>
 #include <sstream>
 
-#include "GLMeshView.h"
-#include "MeshView.h"
-#include "Output.h"
-#include "mesh_dxf.h"
-#include "mesh_paver.h"
-#include "mesh_triangle.h"
-#include "prefs_tree.h"
-#include "render_io.h"
+#include "tools/studio/GLMeshView.h"
+#include "tools/studio/MeshView.h"
+#include "tools/zevcore/MeshDxf.h"
+#include "tools/zevcore/MeshPaver.h"
+#include "tools/zevcore/MeshTriangle.h"
+#include "tools/zevcore/Output.h"
+#include "tools/zevcore/PrefsTree.h"
+#include "tools/zevcore/RenderIo.h"
 #include "zevcore-qt/GridView.h"
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtConvert.h"

@@ -12,9 +12,9 @@
 #include <functional>
 #include <memory>
 
-#include "MeshOptions.h"
-#include "Project.h"
-#include "mesh_io.h"
+#include "tools/studio/MeshOptions.h"
+#include "tools/studio/Project.h"
+#include "tools/zevcore/MeshIo.h"
 #include "zevcore/platform/Types.h"
 
 class CZEVQtHost;

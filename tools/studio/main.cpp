@@ -9,7 +9,7 @@
 #include <QCommandLineParser>
 #include <QTimer>
 
-#include "StudioWindow.h"
+#include "tools/studio/StudioWindow.h"
 #include "zevcore-qt/QtHost.h"
 #include "zevcore/frame/Frame.h"
 #include "zevcore/quantities/Units.h"

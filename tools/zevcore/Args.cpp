@@ -1,4 +1,4 @@
-#include "Args.h"
+#include "tools/zevcore/Args.h"
 
 #include <cctype>
 #include <charconv>

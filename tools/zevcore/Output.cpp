@@ -1,4 +1,4 @@
-#include "Output.h"
+#include "tools/zevcore/Output.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -3,8 +3,8 @@
 #include <cstring>
 #include <iostream>
 
-#include "Args.h"
-#include "Command.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
 #include "zevcore/Version.h"
 #include "zevcore/platform/Host.h"
 

@@ -1,4 +1,4 @@
-#include "mesh_dxf.h"
+#include "tools/zevcore/MeshDxf.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "prefs_tree.h"
+#include "tools/zevcore/PrefsTree.h"
 
 #include <strings.h>
 
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <optional>
 
-#include "Args.h"
+#include "tools/zevcore/Args.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/settings/PreferenceItem.h"
 #include "zevcore/settings/PropertyGrid.h"

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 
 namespace zevtool::render {
 

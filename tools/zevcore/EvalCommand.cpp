@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "Args.h"
-#include "Command.h"
-#include "Numbers.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
+#include "tools/zevcore/Numbers.h"
 #include "zevcore/quantities/Expression.h"
 
 namespace zevtool {

@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
-#include "Args.h"
-#include "Command.h"
-#include "StoreOption.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
+#include "tools/zevcore/StoreOption.h"
 #include "zevcore/platform/Registry.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 
 namespace zevtool::meshio {
 

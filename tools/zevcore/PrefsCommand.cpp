@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "Args.h"
-#include "Command.h"
-#include "Output.h"
-#include "StoreOption.h"
-#include "prefs_tree.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
+#include "tools/zevcore/Output.h"
+#include "tools/zevcore/PrefsTree.h"
+#include "tools/zevcore/StoreOption.h"
 #include "zevcore/platform/Archive.h"
 #include "zevcore/platform/Exception.h"
 #include "zevcore/platform/File.h"

@@ -1,4 +1,4 @@
-#include "mesh_paver.h"
+#include "tools/zevcore/MeshPaver.h"
 
 #include <algorithm>
 #include <cmath>

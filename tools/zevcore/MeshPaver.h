@@ -4,7 +4,7 @@
 // progress lines sent to a window through the installed window service. Also the defaults
 // and checks both front ends share.
 
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 #include "zevcore/platform/Types.h"
 
 namespace zevtool::meshio {

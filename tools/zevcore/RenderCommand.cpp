@@ -11,12 +11,12 @@
 #include <map>
 #include <optional>
 
-#include "Args.h"
-#include "Command.h"
-#include "Output.h"
-#include "mesh_io.h"
-#include "mesh_triangle.h"
-#include "render_io.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
+#include "tools/zevcore/MeshIo.h"
+#include "tools/zevcore/MeshTriangle.h"
+#include "tools/zevcore/Output.h"
+#include "tools/zevcore/RenderIo.h"
 #include "zevcore/graphics/GLState.h"
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicsDisplayList.h"

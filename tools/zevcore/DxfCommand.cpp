@@ -16,10 +16,10 @@
 #include <string>
 #include <vector>
 
-#include "Args.h"
-#include "Command.h"
-#include "Numbers.h"
-#include "Output.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
+#include "tools/zevcore/Numbers.h"
+#include "tools/zevcore/Output.h"
 #include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/platform/Desktop.h"
 #include "zevcore/platform/Painter.h"

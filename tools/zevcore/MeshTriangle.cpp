@@ -1,4 +1,4 @@
-#include "mesh_triangle.h"
+#include "tools/zevcore/MeshTriangle.h"
 
 #include <cmath>
 #include <cstdio>

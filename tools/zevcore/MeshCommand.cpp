@@ -7,13 +7,13 @@
 #include <iostream>
 #include <optional>
 
-#include "Args.h"
-#include "Command.h"
-#include "Output.h"
-#include "mesh_dxf.h"
-#include "mesh_io.h"
-#include "mesh_paver.h"
-#include "mesh_triangle.h"
+#include "tools/zevcore/Args.h"
+#include "tools/zevcore/Command.h"
+#include "tools/zevcore/MeshDxf.h"
+#include "tools/zevcore/MeshIo.h"
+#include "tools/zevcore/MeshPaver.h"
+#include "tools/zevcore/MeshTriangle.h"
+#include "tools/zevcore/Output.h"
 #include "zevcore/platform/Host.h"
 
 namespace zevtool {

@@ -1,4 +1,4 @@
-#include "render_io.h"
+#include "tools/zevcore/RenderIo.h"
 
 #include <png.h>
 
@@ -9,7 +9,7 @@
 #include <memory>
 #include <unordered_map>
 
-#include "Args.h"
+#include "tools/zevcore/Args.h"
 #include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/platform/Locale.h"
 

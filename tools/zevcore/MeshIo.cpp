@@ -1,4 +1,4 @@
-#include "mesh_io.h"
+#include "tools/zevcore/MeshIo.h"
 
 #include <algorithm>
 #include <cerrno>
