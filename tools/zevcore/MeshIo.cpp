@@ -1,5 +1,7 @@
 #include "tools/zevcore/MeshIo.h"
 
+#include "tools/zevcore/MeshChecks.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -102,44 +104,6 @@ Loop closeLoop(const Block& block) {
     }
     if (signedArea(loop.points) == 0.0) throw InputError(last, "the loop encloses no area");
     return loop;
-}
-
-bool validElement(const Element& e, int nodes) {
-    bool valid = e.count >= 3 && e.count <= 4;
-    for (int i = 0; valid && i < e.count; ++i) valid = e.v[i] >= 0 && e.v[i] < nodes;
-    return valid;
-}
-
-struct ElementShape {
-    double minAngle = 360.0, maxAngle = 0.0, aspect = 0.0;
-    bool concave = false;
-};
-
-// Interior angles, counter-clockwise from the edge to the next corner to the edge to the
-// previous one, so that a clockwise (turned-over) element has every angle above 180.
-ElementShape measureElement(const Mesh& mesh, const Element& e) {
-    ElementShape s;
-    double shortest = std::numeric_limits<double>::infinity(), longest = 0.0;
-    for (int i = 0; i < e.count; ++i) {
-        const Point& p = mesh.nodes[e.v[i]];
-        const Point& next = mesh.nodes[e.v[(i + 1) % e.count]];
-        const Point& prev = mesh.nodes[e.v[(i + e.count - 1) % e.count]];
-        double ax = next.x - p.x, ay = next.y - p.y;
-        double bx = prev.x - p.x, by = prev.y - p.y;
-        double angle = std::atan2(ax * by - ay * bx, ax * bx + ay * by) * 180.0 / M_PI;
-        if (angle < 0.0) angle += 360.0;
-        if (!(angle < 180.0)) s.concave = true;
-        if (!std::isnan(angle)) {
-            s.minAngle = std::min(s.minAngle, angle);
-            s.maxAngle = std::max(s.maxAngle, angle);
-        }
-        double edge = std::hypot(ax, ay);
-        shortest = std::min(shortest, edge);
-        longest = std::max(longest, edge);
-    }
-    s.aspect = shortest > 0.0 ? longest / shortest : std::numeric_limits<double>::infinity();
-    if (!(shortest > 0.0)) s.concave = true;
-    return s;
 }
 
 }  // namespace
@@ -269,30 +233,6 @@ std::string readInputFile(const std::string& path) {
 
 Region readBoundaryFile(const std::string& path) {
     return parseBoundaryText(readInputFile(path));
-}
-
-Quality measureQuality(const Mesh& mesh) {
-    Quality q;
-    q.minAngle = 360.0;
-    double aspectSum = 0.0;
-    int measured = 0;
-    for (const Element& e : mesh.elements) {
-        if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
-        ElementShape s = measureElement(mesh, e);
-        if (s.concave) ++q.concave;
-        if (!std::isfinite(s.aspect)) {
-            ++q.degenerate;
-            continue;
-        }
-        q.minAngle = std::min(q.minAngle, s.minAngle);
-        q.maxAngle = std::max(q.maxAngle, s.maxAngle);
-        q.maxAspect = std::max(q.maxAspect, s.aspect);
-        aspectSum += s.aspect;
-        ++measured;
-    }
-    if (measured == 0) q.minAngle = 0.0;
-    q.meanAspect = measured ? aspectSum / measured : 0.0;
-    return q;
 }
 
 std::string summaryText(const std::string& method, const Mesh& mesh, const Quality& quality,

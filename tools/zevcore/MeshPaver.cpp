@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <map>
 
 #include "zevcore/mesh/paver/MeshModel.h"
 
@@ -19,14 +18,6 @@ Region regionOfModel(const Paver::CMeshModel& model) {
         region.loops.push_back(loop);
     }
     return region;
-}
-
-bool sidesCross(const Point& a, const Point& b, const Point& c, const Point& d) {
-    auto side = [](const Point& p, const Point& q, const Point& r) {
-        double t = (q.x - p.x) * (r.y - p.y) - (q.y - p.y) * (r.x - p.x);
-        return (t > 0.0) - (t < 0.0);
-    };
-    return side(a, b, c) * side(a, b, d) < 0 && side(c, d, a) * side(c, d, b) < 0;
 }
 
 }  // namespace
@@ -163,16 +154,6 @@ std::string sizeProblem(const Region& region, double size, bool gaps) {
     return "";
 }
 
-bool Coverage::joined() const {
-    return misjoined == 0 && std::isfinite(outlineLength) &&
-           std::fabs(openLength - outlineLength) <= 1e-6 * outlineLength;
-}
-
-bool Coverage::covered() const {
-    return folded == 0 && joined() && std::isfinite(regionArea) &&
-           std::fabs(elementArea - regionArea) <= 1e-6 * std::fabs(regionArea);
-}
-
 std::string coordinateProblem(const Region& region) {
     double far = 0.0;
     auto see = [&](const std::vector<Point>& points) {
@@ -186,58 +167,6 @@ std::string coordinateProblem(const Region& region) {
     std::snprintf(text, sizeof text, "has a coordinate of %.3g (at most %.0e: move it nearer 0)",
                   far, kMaxCoordinate);
     return text;
-}
-
-Coverage measureCoverage(const Region& region, const Mesh& mesh) {
-    Coverage c;
-    for (size_t i = 0; i < region.loops.size(); ++i)
-        if (i == 0 || i >= region.solid.size() || !region.solid[i]) {
-            const std::vector<Point>& loop = region.loops[i];
-            c.regionArea += signedArea(loop);
-            for (size_t k = 0; k < loop.size(); ++k) {
-                const Point& a = loop[k];
-                const Point& b = loop[(k + 1) % loop.size()];
-                c.outlineLength += std::hypot(b.x - a.x, b.y - a.y);
-            }
-        }
-    // Each side by its two nodes, smaller number first, with how often it runs each way.
-    std::map<std::pair<int, int>, std::pair<int, int>> sides;
-    for (const Element& e : mesh.elements) {
-        std::vector<Point> corners;
-        bool finite = true;
-        for (int k = 0; k < e.count; ++k) {
-            int at = e.v[static_cast<size_t>(k)];
-            if (at < 0 || static_cast<size_t>(at) >= mesh.nodes.size()) {
-                finite = false;
-                break;
-            }
-            const Point& p = mesh.nodes[static_cast<size_t>(at)];
-            finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
-            corners.push_back(p);
-        }
-        double area = finite ? signedArea(corners) : 0.0;
-        bool folded =
-            !finite || !(area > 0.0) ||
-            (e.count == 4 && (sidesCross(corners[0], corners[1], corners[2], corners[3]) ||
-                              sidesCross(corners[1], corners[2], corners[3], corners[0])));
-        c.folded += folded ? 1 : 0;
-        if (finite) c.elementArea += area;
-        if (corners.size() != static_cast<size_t>(e.count)) continue;
-        for (int k = 0; k < e.count; ++k) {
-            const int a = e.v[static_cast<size_t>(k)];
-            const int b = e.v[static_cast<size_t>((k + 1) % e.count)];
-            auto& ways = sides[{std::min(a, b), std::max(a, b)}];
-            ++(a < b ? ways.first : ways.second);
-        }
-    }
-    for (const auto& [ends, ways] : sides) {
-        if (ways.first > 1 || ways.second > 1) ++c.misjoined;
-        if (ways.first + ways.second != 1) continue;
-        const Point& a = mesh.nodes[static_cast<size_t>(ends.first)];
-        const Point& b = mesh.nodes[static_cast<size_t>(ends.second)];
-        c.openLength += std::hypot(b.x - a.x, b.y - a.y);
-    }
-    return c;
 }
 
 }  // namespace zevtool::meshio
