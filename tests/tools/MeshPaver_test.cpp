@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "support/ExpectMessage.h"
+#include "support/TestEnv.h"
 #include "tools/zevcore/MeshPaver.h"
 #include "zevcore/platform/Host.h"
 
@@ -110,5 +111,30 @@ TEST(MeshPaver, CoverageNeedsElementsJoinedSideToSide) {
         EXPECT_EQ(coverage.joined(), c.joined) << c.what;
         EXPECT_EQ(coverage.covered(), c.joined) << c.what;
         EXPECT_NEAR(coverage.openLength, c.open, 1e-12) << c.what;
+    }
+}
+
+// The extended finish printed the closure's maximum area for Triangle in the host's locale,
+// which Triangle read back as 0 under a decimal comma: it refused every closure (saying so on
+// standard output) and the region was left open.
+TEST(MeshPaverRegression, ExtendedFinishIgnoresTheProcessLocale) {
+    const Region shape = builtInShape(3);
+    PaverOptions options;
+    options.size = defaultSize(shape);
+    options.extended = true;
+    const PaverResult inC = meshWithPaver(shape, options);
+    ASSERT_TRUE(inC.complete);
+
+    zevtest::ScopedDecimalCommaLocale comma;
+    if (!comma.active()) GTEST_SKIP() << "no decimal-comma locale can be had here";
+    testing::internal::CaptureStdout();
+    const PaverResult inComma = meshWithPaver(shape, options);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_TRUE(inComma.complete);
+    ASSERT_EQ(inComma.mesh.elements.size(), inC.mesh.elements.size());
+    ASSERT_EQ(inComma.mesh.nodes.size(), inC.mesh.nodes.size());
+    for (size_t i = 0; i < inC.mesh.nodes.size(); ++i) {
+        EXPECT_EQ(inComma.mesh.nodes[i].x, inC.mesh.nodes[i].x) << i;
+        EXPECT_EQ(inComma.mesh.nodes[i].y, inC.mesh.nodes[i].y) << i;
     }
 }

@@ -16,6 +16,7 @@
 
 #include "zevcore/mesh/TriangleProcess.hpp"
 #include "zevcore/mesh/paver/MeshModel.h"
+#include "zevcore/platform/Locale.h"
 
 // Triangle's header defines macros and global types; it comes after everything else.
 #include <triangle.h>
@@ -380,6 +381,7 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     // Constraint nodes in the open part become nodes of its triangles (those outside it
     // only make triangles that are dropped).
     for (int v : nodes) localOf(v);
+    CZEVClassicLocaleScope classic;  // Triangle reads the area back in the C locale
     char area[64];
     std::snprintf(area, sizeof area, "%.17g", 0.5 * pavedSize * pavedSize);
     // No new nodes on the outline (Y), so that the elements round it still meet node to node.
