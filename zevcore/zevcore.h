@@ -23,6 +23,7 @@
 #include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
 #include "zevcore/platform/Window.h"
+#include "zevcore/platform/store/SettingsStore.h"
 
 #include "zevcore/frame/Folders.h"
 #include "zevcore/frame/Frame.h"

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "zevcore/platform/Registry.h"
+#include "zevcore/platform/store/SettingsStore.h"
 
 namespace zevtool {
 

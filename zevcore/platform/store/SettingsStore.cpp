@@ -25,7 +25,7 @@
 #include <random>
 #include <thread>
 
-#include "zevcore/platform/Registry.h"
+#include "zevcore/platform/store/SettingsStore.h"
 
 namespace {
 
