@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <cstdio>
@@ -59,6 +61,38 @@ TEST(TriangleProcess, ExitsCrashesAndRunawaysEndInAFailureTheHostSurvives) {
         EXPECT_EQ(failure, c.failure);
     }
     zevtriangle::setLimits(before.cpuSeconds, before.memoryBytes);
+}
+
+// The child wrote Triangle's error messages to the host's standard output (where they would
+// corrupt a mesh file written there), and its exit() ran the host's exit handlers.
+TEST(TriangleProcessRegression, TheChildsWordsAndExitStayOutOfTheHost) {
+    // An exit handler of the host's that leaves a mark where the host can see it.
+    static const int marks = memfd_create("exit-marks", 0);
+    ASSERT_GE(marks, 0);
+    std::atexit([] { (void)!::write(marks, "x", 1); });
+    Output output;
+    std::string failure;
+    testing::internal::CaptureStdout();
+    const bool finished = zevtriangle::runIsolated(
+        [](Output&) {
+            std::printf("Error:  Maximum area\n  must be greater than zero.\n");
+            std::exit(1);
+        },
+        output, failure);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_FALSE(finished);
+    EXPECT_EQ(failure, "Error: Maximum area must be greater than zero.");
+    EXPECT_EQ(::lseek(marks, 0, SEEK_END), 0) << "the host's exit handler ran in the child";
+
+    // Words of a run that succeeds are dropped.
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(zevtriangle::runIsolated(
+        [](Output& o) {
+            std::printf("Constructing Delaunay triangulation.\n");
+            o.corners = 3;
+        },
+        output, failure));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
 }  // namespace

@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -76,10 +78,23 @@ private:
     size_t m_at = 0;
 };
 
-[[noreturn]] void runChild(const std::function<void(Output&)>& work, int fd, const Limits& limits) {
+// The child's exit() (Triangle ends with it on its own errors) flushes what Triangle said and
+// ends there: the exit handlers the host registered (a fuzzer's, which would record the exit as
+// a crash; a leak checker's) are not for this process.
+void endChildNow(int status, void*) {
+    std::fflush(stdout);
+    _exit(status);
+}
+
+[[noreturn]] void runChild(const std::function<void(Output&)>& work, int fd, int words,
+                           const Limits& limits) {
     // A crash ends the child by its signal: the host's own crash handlers (a sanitizer's, an
     // application's reporter) are not for this process.
     for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) std::signal(signal, SIG_DFL);
+    on_exit(endChildNow, nullptr);
+    // Triangle talks on standard output, which is the host's: what it says goes to the host as
+    // words of the failure instead.
+    if (words >= 0) ::dup2(words, STDOUT_FILENO);
     rlimit cpu{static_cast<rlim_t>(limits.cpuSeconds), static_cast<rlim_t>(limits.cpuSeconds + 1)};
     setrlimit(RLIMIT_CPU, &cpu);
     if (kLimitAddressSpace) {
@@ -94,6 +109,23 @@ private:
     bool sent = writeAll(fd, &corners, sizeof corners) && writeArray(fd, output.points) &&
                 writeArray(fd, output.pointMarkers) && writeArray(fd, output.triangles);
     _exit(sent ? 0 : 3);
+}
+
+// The first few kilobytes the child wrote on its standard output, its white space collapsed.
+std::string wordsOf(int fd) {
+    std::string text;
+    if (fd < 0 || ::lseek(fd, 0, SEEK_SET) != 0) return text;
+    char buffer[4096];
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    bool blank = true;
+    for (ssize_t i = 0; i < n; ++i) {
+        const bool space = std::isspace(static_cast<unsigned char>(buffer[i])) != 0;
+        if (space && !blank) text += ' ';
+        if (!space) text += buffer[i];
+        blank = space;
+    }
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
 }
 
 std::string describe(int status, const Limits& limits) {
@@ -129,17 +161,20 @@ bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::
         failure = std::string("The triangulation could not start: ") + std::strerror(errno);
         return false;
     }
+    int words = memfd_create("triangle-words", MFD_CLOEXEC);
+    if (words < 0) words = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     std::fflush(stdout);
     const pid_t pid = fork();
     if (pid < 0) {
         ::close(fds[0]);
         ::close(fds[1]);
+        if (words >= 0) ::close(words);
         failure = std::string("The triangulation could not start: ") + std::strerror(errno);
         return false;
     }
     if (pid == 0) {
         ::close(fds[0]);
-        runChild(work, fds[1], limits);
+        runChild(work, fds[1], words, limits);
     }
     ::close(fds[1]);
     std::string bytes;
@@ -154,8 +189,10 @@ bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
+    const std::string said = wordsOf(words);
+    if (words >= 0) ::close(words);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        failure = describe(status, limits);
+        failure = said.empty() ? describe(status, limits) : said;
         return false;
     }
     Reader reader(bytes);

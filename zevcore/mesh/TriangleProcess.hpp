@@ -32,8 +32,9 @@ Limits limits();
 
 /// Runs `work` in a child process. `work` calls Triangle and answers its output record's
 /// fields through `Output`. True with the output when the child finished; false with
-/// `failure` saying why not (the child's exit status or signal, or a cut result). Triangle's
-/// own messages go wherever standard output goes. `cpuSeconds`, when positive, lowers the
+/// `failure` saying why not: what the work printed on standard output, its white space
+/// collapsed, else the child's exit status or signal, or a cut result. Nothing the work prints
+/// reaches the host's standard output. `cpuSeconds`, when positive, lowers the
 /// processor-time limit for this run.
 bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure,
                  int cpuSeconds = 0);
