@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <random>
 
 #include "support/TestEnv.h"
@@ -108,6 +109,27 @@ TEST(MeshIo, UnreadableFile) {
     } catch (const InputError& e) {
         EXPECT_EQ(e.line(), 0);
     }
+}
+
+// Input files were read whole whatever their size: /dev/zero grew the text until the
+// allocation failed.
+TEST(MeshIoRegression, InputLargerThanTheLimitIsRefusedUnread) {
+    zevtest::TempDir dir;
+    const std::string sparse = dir.file("sparse.txt");
+    zevtest::writeFile(sparse, "");
+    std::filesystem::resize_file(sparse, kMaxInputBytes + 1);
+    for (const std::string& path : {sparse, std::string("/dev/zero")}) {
+        try {
+            readBoundaryFile(path);
+            ADD_FAILURE() << path;
+        } catch (const InputError& e) {
+            EXPECT_EQ(e.line(), 0);
+            EXPECT_STREQ(e.what(), "cannot read the file: it is larger than 64 MiB");
+        }
+    }
+    // At the limit the file is read (and found to hold no loop).
+    std::filesystem::resize_file(sparse, kMaxInputBytes);
+    EXPECT_EQ(readInputFile(sparse).size(), kMaxInputBytes);
 }
 
 TEST(MeshIo, QualityOfKnownElements) {

@@ -8,6 +8,7 @@
 #include "support/ExpectMessage.h"
 #include "support/TestEnv.h"
 #include "tools/zevcore/MeshPaver.h"
+#include "tools/zevcore/MeshTriangle.h"
 #include "zevcore/platform/Host.h"
 
 using namespace zevtool::meshio;
@@ -84,6 +85,30 @@ TEST(MeshPaver, SizesThatWouldTakeTooLongAreNamed) {
     const Region wide = parseBoundaryText("0 0\n1e5 0\n1e5 1e5\n0 1e5\n0 0\n");
     EXPECT_EQ(sizeProblem(wide, 4.0),
               "would need 1.25e+04 rows (at most 10000; give a larger size)");
+}
+
+// The fewest triangles are the meshed area over the largest one: void holes are not meshed,
+// solid ones are.
+TEST(MeshTriangle, AreasThatWouldTakeTooLongAreNamed) {
+    const Region holed =
+        parseBoundaryText("0 0\n10 0\n10 10\n0 10\n0 0\n\n1 1\n9 1\n9 9\n1 9\n1 1\n");
+    Region solid = holed;
+    solid.solid = {false, true};
+    struct Case {
+        const Region* region;
+        double maxArea;
+        std::string problem;
+    } cases[] = {
+        {&holed, 36.0 / 500000, ""},
+        {&holed, 36.0 / 600000,
+         "would need at least 6e+05 triangles (at most 500000; give a larger area)"},
+        {&solid, 100.0 / 500000, ""},
+        {&solid, 100.0 / 500001,
+         "would need at least 5e+05 triangles (at most 500000; give a larger area)"},
+        {&holed, 1e-320, "would need at least inf triangles (at most 500000; give a larger area)"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(triangleCountProblem(*c.region, c.maxArea), c.problem) << c.maxArea;
 }
 
 // Elements over a unit square. Joined, they cover it; two nodes at one place, a node on

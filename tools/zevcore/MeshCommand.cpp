@@ -63,7 +63,8 @@ const char* const kHelp =
     "\n"
     "Exit status: 0 success, 1 the mesh failed or a file could not be written (nothing is\n"
     "written then, unless --keep-partial), 2 bad usage or bad input, including a --size\n"
-    "that would need more than 100000 boundary segments or 10000 rows.\n";
+    "that would need more than 100000 boundary segments or 10000 rows, or more than 500000\n"
+    "triangles.\n";
 
 struct Options {
     std::optional<int> shape;
@@ -201,6 +202,12 @@ Region readRegion(const Options& o) {
 
 Result runTriangle(const Region& region, const Options& o, double size) {
     double maxArea = o.maxArea ? *o.maxArea : std::sqrt(3.0) / 4.0 * size * size;
+    if (const std::string problem = triangleCountProblem(region, maxArea); !problem.empty()) {
+        char option[64];
+        std::snprintf(option, sizeof option, o.maxArea ? "--max-area %g " : "--size %g ",
+                      o.maxArea ? maxArea : size);
+        throw UsageError(option + problem);
+    }
     TriangleResult triangles = meshWithTriangle(region, maxArea, o.conforming);
     if (!triangles.error.empty()) throw std::runtime_error(triangles.error);
     Result result;

@@ -136,6 +136,7 @@ std::vector<std::vector<Point>> chain(const std::vector<Segment>& segments, doub
 
 Region readDxfRegion(const std::string& path) {
     refuseFolder(path);
+    refuseLargeFile(path);
     HDXF h = dxfOpenFile(path.c_str());
     if (!h) throw InputError(0, "cannot read the file");
     std::vector<std::vector<Point>> loops;

@@ -222,11 +222,24 @@ void refuseFolder(const std::string& path) {
         throw InputError(0, "cannot read the file: it is a folder");
 }
 
+void refuseLargeFile(const std::string& path) {
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    if (!error && size > kMaxInputBytes) throw InputError(0, kTooLarge);
+}
+
 std::string readInputFile(const std::string& path) {
     refuseFolder(path);
+    refuseLargeFile(path);
     std::ifstream in(path, std::ios::binary);
     if (!in) throw InputError(0, "cannot read the file");
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // What has no size to ask (a device, a pipe) is read up to the limit and no further.
+    std::string text;
+    char buffer[1 << 16];
+    while (in.read(buffer, sizeof buffer) || in.gcount() > 0) {
+        text.append(buffer, static_cast<size_t>(in.gcount()));
+        if (text.size() > kMaxInputBytes) throw InputError(0, kTooLarge);
+    }
     if (in.bad()) throw InputError(0, "cannot read the file");
     return text;
 }

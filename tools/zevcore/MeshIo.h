@@ -6,6 +6,7 @@
 // corners, so that any mesher's result goes through the same writers.
 
 #include <array>
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -56,8 +57,13 @@ private:
 Region parseBoundaryText(const std::string& text);
 /// Throws the InputError on line 0 that a path naming a folder gets from every reader.
 void refuseFolder(const std::string& path);
-/// The whole text of an input file; an unreadable file (or a folder) is an InputError on
-/// line 0.
+/// Input files larger than this are refused, with `kTooLarge`, before they are read whole.
+constexpr std::size_t kMaxInputBytes = std::size_t{64} << 20;
+inline constexpr const char* kTooLarge = "cannot read the file: it is larger than 64 MiB";
+/// Throws the InputError on line 0 that a file larger than kMaxInputBytes gets.
+void refuseLargeFile(const std::string& path);
+/// The whole text of an input file; an unreadable file (or a folder, or one larger than
+/// kMaxInputBytes) is an InputError on line 0.
 std::string readInputFile(const std::string& path);
 
 /// Reads and parses a boundary file; an unreadable file is an InputError on line 0.

@@ -1,5 +1,6 @@
 #include "tools/zevcore/MeshTriangle.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -57,14 +58,37 @@ TriangleResult meshWithTriangle(const Region& region, double maxArea, bool confo
     std::vector<bool> used(result.mesh.nodes.size(), false);
     for (const Element& e : result.mesh.elements)
         for (int c = 0; c < 3; ++c) used[e.v[c]] = true;
+    // The used nodes by x, so that each point looks only at those within reach.
+    std::vector<Point> corners;
+    for (std::size_t i = 0; i < used.size(); ++i)
+        if (used[i]) corners.push_back(result.mesh.nodes[i]);
+    auto byX = [](const Point& a, const Point& b) { return a.x < b.x; };
+    std::sort(corners.begin(), corners.end(), byX);
     for (const Point& p : region.interiorPoints) {
         bool met = false;
-        for (std::size_t i = 0; i < used.size() && !met; ++i)
-            met = used[i] && std::hypot(p.x - result.mesh.nodes[i].x,
-                                        p.y - result.mesh.nodes[i].y) < TOLERANCE;
+        auto at =
+            std::lower_bound(corners.begin(), corners.end(), Point{p.x - TOLERANCE, 0.0}, byX);
+        for (; at != corners.end() && at->x <= p.x + TOLERANCE && !met; ++at)
+            met = std::hypot(p.x - at->x, p.y - at->y) < TOLERANCE;
         result.missedInteriorPoints += !met;
     }
     return result;
+}
+
+std::string triangleCountProblem(const Region& region, double maxArea) {
+    double area = 0.0;
+    for (std::size_t l = 0; l < region.loops.size(); ++l) {
+        const bool solid = l > 0 && l < region.solid.size() && region.solid[l];
+        if (!solid) area += signedArea(region.loops[l]);
+    }
+    const double fewest = std::fabs(area) / maxArea;
+    if (!(fewest > kMaxTriangles) && std::isfinite(fewest)) return "";
+    CZEVClassicLocaleScope classic;
+    char text[128];
+    std::snprintf(text, sizeof text,
+                  "would need at least %.3g triangles (at most %.0f; give a larger area)", fewest,
+                  kMaxTriangles);
+    return text;
 }
 
 std::string triangleSummaryText(const Mesh& mesh, const Quality& quality, bool conforming) {

@@ -22,6 +22,14 @@ struct TriangleResult {
 /// mesh instead of the quality mesh (minimum angle 20 degrees).
 TriangleResult meshWithTriangle(const Region& region, double maxArea, bool conforming);
 
+/// A run is refused when the region's meshed area over the largest triangle area asked for
+/// (the fewest triangles that can cover it) exceeds this.
+constexpr double kMaxTriangles = 500000;
+/// Why meshing the region with triangles of at most `maxArea` would take too long: "" when it
+/// would not, else the reason, as "would need at least
+/// 1e+06 triangles (at most 500000; give a larger area)".
+std::string triangleCountProblem(const Region& region, double maxArea);
+
 /// The lines the summary adds for triangles: count, smallest angle and the bound.
 std::string triangleSummaryText(const Mesh& mesh, const Quality& quality, bool conforming);
 

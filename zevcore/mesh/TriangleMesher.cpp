@@ -252,20 +252,9 @@ constexpr int kFirstHoleMarker = 3;
 
 // What Triangle said on its way out, on one line: runs of white space made one blank.
 std::string collapsedText(const char* path) {
-    std::string text;
-    if (std::FILE* file = std::fopen(path, "rb")) {
-        char buffer[4096];
-        size_t n = std::fread(buffer, 1, sizeof buffer, file);
-        std::fclose(file);
-        bool blank = true;
-        for (size_t i = 0; i < n; ++i) {
-            const bool space = std::isspace(static_cast<unsigned char>(buffer[i])) != 0;
-            if (space && !blank) text += ' ';
-            if (!space) text += buffer[i];
-            blank = space;
-        }
-        while (!text.empty() && text.back() == ' ') text.pop_back();
-    }
+    const int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    std::string text = zevtriangle::collapsedWords(fd);
+    if (fd >= 0) ::close(fd);
     return text;
 }
 

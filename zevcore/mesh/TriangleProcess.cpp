@@ -111,23 +111,6 @@ void endChildNow(int status, void*) {
     _exit(sent ? 0 : 3);
 }
 
-// The first few kilobytes the child wrote on its standard output, its white space collapsed.
-std::string wordsOf(int fd) {
-    std::string text;
-    if (fd < 0 || ::lseek(fd, 0, SEEK_SET) != 0) return text;
-    char buffer[4096];
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    bool blank = true;
-    for (ssize_t i = 0; i < n; ++i) {
-        const bool space = std::isspace(static_cast<unsigned char>(buffer[i])) != 0;
-        if (space && !blank) text += ' ';
-        if (!space) text += buffer[i];
-        blank = space;
-    }
-    while (!text.empty() && text.back() == ' ') text.pop_back();
-    return text;
-}
-
 std::string describe(int status, const Limits& limits) {
     if (WIFSIGNALED(status)) {
         const int signal = WTERMSIG(status);
@@ -150,6 +133,22 @@ void setLimits(int cpuSeconds, std::int64_t memoryBytes) {
 
 Limits limits() {
     return gLimits;
+}
+
+std::string collapsedWords(int fd) {
+    std::string text;
+    if (fd < 0 || ::lseek(fd, 0, SEEK_SET) != 0) return text;
+    char buffer[4096];
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    bool blank = true;
+    for (ssize_t i = 0; i < n; ++i) {
+        const bool space = std::isspace(static_cast<unsigned char>(buffer[i])) != 0;
+        if (space && !blank) text += ' ';
+        if (!space) text += buffer[i];
+        blank = space;
+    }
+    while (!text.empty() && text.back() == ' ') text.pop_back();
+    return text;
 }
 
 bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure,
@@ -189,7 +188,7 @@ bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::
     int status = 0;
     while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
     }
-    const std::string said = wordsOf(words);
+    const std::string said = collapsedWords(words);
     if (words >= 0) ::close(words);
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
         failure = said.empty() ? describe(status, limits) : said;

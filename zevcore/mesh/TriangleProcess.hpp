@@ -39,4 +39,8 @@ Limits limits();
 bool runIsolated(const std::function<void(Output&)>& work, Output& output, std::string& failure,
                  int cpuSeconds = 0);
 
+/// The first 4 KiB of the open file `fd`, from its start, on one line: runs of white space
+/// made one blank. Empty when the file cannot be read.
+std::string collapsedWords(int fd);
+
 }  // namespace zevtriangle

@@ -315,4 +315,3 @@ int drwLoadDXFFile(HDRAWING h, const char* fileName, unsigned long blockObjhandl
     dxfCloseFile(f);
     return ok;
 }
-

@@ -265,4 +265,3 @@ int drwPaint(HDRAWING h, HDC dc) {
     out.SetClip(dc, 0, 0, 0, 0);
     return 1;
 }
-

@@ -216,7 +216,6 @@ bool live(HDRAWING h) {
 
 }  // namespace Drawing::detail
 
-
 DWORD drwEntityDataSize(unsigned type) {
     switch (type) {
         case ENT_LINE:
@@ -598,4 +597,3 @@ bool drwIsValid(HDRAWING h) {
     }
     return h->Entities.hMemory && listIsValid(h, h->Entities, handles, h->LastObjhandle);
 }
-

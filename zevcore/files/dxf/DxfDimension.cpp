@@ -125,4 +125,3 @@ int dxfDimLinear(HDXF d, double x1, double y1, double x2, double y2, double x3, 
     std::memcpy(d->CurrentTextStyle, savedStyle, sizeof savedStyle);
     return ok;
 }
-

@@ -341,10 +341,8 @@ constexpr GroupRow<tag_DXFDIMSTYLE> kDimStyleGroups[] = {
 };
 
 constexpr GroupRow<tag_DXFBLOCKHEADER> kBlockGroups[] = {
-    {2, set<&tag_DXFBLOCKHEADER::Name>},
-    {3, set<&tag_DXFBLOCKHEADER::Name>},
-    {8, set<&tag_DXFBLOCKHEADER::LayerName>},
-    {10, set<&tag_DXFBLOCKHEADER::BasePoint>},
+    {2, set<&tag_DXFBLOCKHEADER::Name>},      {3, set<&tag_DXFBLOCKHEADER::Name>},
+    {8, set<&tag_DXFBLOCKHEADER::LayerName>}, {10, set<&tag_DXFBLOCKHEADER::BasePoint>},
     {70, set<&tag_DXFBLOCKHEADER::Flags>},
 };
 
@@ -437,10 +435,8 @@ constexpr GroupRow<tag_ENTARC> kArcGroups[] = {
 };
 
 constexpr GroupRow<tag_ENTELLIPSE> kEllipseGroups[] = {
-    {10, set<&tag_ENTELLIPSE::CenterPoint>},
-    {11, set<&tag_ENTELLIPSE::MajorAxisEndPoint>},
-    {40, set<&tag_ENTELLIPSE::MinorToMajorRatio>},
-    {41, set<&tag_ENTELLIPSE::StartParam>},
+    {10, set<&tag_ENTELLIPSE::CenterPoint>},       {11, set<&tag_ENTELLIPSE::MajorAxisEndPoint>},
+    {40, set<&tag_ENTELLIPSE::MinorToMajorRatio>}, {41, set<&tag_ENTELLIPSE::StartParam>},
     {42, set<&tag_ENTELLIPSE::EndParam>},
 };
 
@@ -506,9 +502,8 @@ template <auto Member, const auto& Rows>
 void readFields(tag_DXF* d, tag_DXFENTITYHEADER* h, DXFENTITYDATA& e) {
     auto& record = e.*Member;
     std::memset(&record, 0, sizeof record);
-    readEntityGroups(d, h, [&](int code, const char* value) {
-        storeGroup(Rows, record, code, value);
-    });
+    readEntityGroups(d, h,
+                     [&](int code, const char* value) { storeGroup(Rows, record, code, value); });
 }
 
 // A growing vertex array made with malloc, so dxfFreeEntityData can free it.

@@ -85,7 +85,6 @@ const char* dxfSectionName(unsigned long section) {
     }
 }
 
-
 HDXF dxfCreateFile(const char* fileName) {
     if (!fileName) return nullptr;
     std::FILE* f = std::fopen(fileName, "w");
