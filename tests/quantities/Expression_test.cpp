@@ -3,7 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -227,6 +232,167 @@ TEST(Expression, TextPastAnEmbeddedNulIsNotRead) {
     double value = 0;
     EXPECT_EQ(expression.Value(value), 0);
     EXPECT_EQ(value, 2.0);
+}
+
+// --- The flat form against the tree walk ------------------------------------------------------
+
+std::uint64_t bitsOf(double value) {
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    return bits;
+}
+
+// Value() as a caller sees it after the first evaluation (which walks the tree), against
+// TreeValue(): the same answer, the same bits. A NaN is only required to be a NaN: when both
+// operands of "+" or "*" are NaN, the processor keeps the sign of whichever the compiler put
+// first, and the language lets it put either.
+void expectFlatFormMatchesTree(CExpression& expression, const std::string& text) {
+    double walked = 0.0, flat = 0.0;
+    const int walkedError = expression.TreeValue(walked);
+    expression.Value(flat);  // the first evaluation walks
+    const int flatError = expression.Value(flat);
+    EXPECT_EQ(flatError, walkedError) << text;
+    if (std::isnan(walked))
+        EXPECT_TRUE(std::isnan(flat)) << text;
+    else
+        EXPECT_EQ(bitsOf(flat), bitsOf(walked)) << text << ": " << flat << " against " << walked;
+}
+
+// Random entries over the whole grammar, errors included: constants that fold, divisions by
+// zero, domain errors, functions without operand, variables of every kind of value.
+TEST(ExpressionFlatForm, MatchesTheTreeWalkBitForBit) {
+    CNumericValue x, y, zero, huge, nan;
+    zero.SetValue(0.0);
+    huge.SetValue(1e308);
+    nan.SetValue(std::nan(""));
+    CValueMap table;
+    table.SetAt("x", &x);
+    table.SetAt("y", &y);
+    table.SetAt("z", &zero);
+    table.SetAt("h", &huge);
+    table.SetAt("n", &nan);
+
+    const std::vector<std::string> atoms = {"x",   "y",    "z",   "h",     "n",    "0",    "1",
+                                            "2.5", "1e3",  "3",   "0.5",   "7.25", "1e-2", ".5",
+                                            "SIN", "sqrt", "LOG", "cotan", "acos", "atan", "EXP"};
+    const std::vector<std::string> operators = {"+", "-", "*", "/", "^", "<", ">"};
+    std::mt19937 random(27);
+    auto pick = [&](const std::vector<std::string>& from) {
+        return from[std::uniform_int_distribution<std::size_t>(0, from.size() - 1)(random)];
+    };
+    // An operand, possibly bracketed, negated, inverted or under a function.
+    std::function<std::string(int)> operand = [&](int depth) -> std::string {
+        const int kind = std::uniform_int_distribution<int>(0, 9)(random);
+        if (depth > 0 && kind == 0)
+            return "(" + operand(depth - 1) + pick(operators) + operand(depth - 1) + ")";
+        if (depth > 0 && kind == 1)
+            return "|" + operand(depth - 1) + "-" + operand(depth - 1) + "|";
+        if (depth > 0 && kind == 2) return "-" + operand(depth - 1);
+        if (depth > 0 && kind == 3) return "!" + operand(depth - 1);
+        if (depth > 0 && kind == 4)
+            return pick({"SIN", "COS", "TAN", "SQRT", "LOG", "ASIN"}) + "(" + operand(depth - 1) +
+                   ")";
+        return pick(atoms);
+    };
+
+    int parsed = 0;
+    std::vector<int> errors(11, 0);
+    for (int i = 0; i < 4000; ++i) {
+        std::string text = operand(3);
+        const int terms = std::uniform_int_distribution<int>(0, 6)(random);
+        for (int t = 0; t < terms; ++t) text += pick(operators) + operand(3);
+        CExpression expression(&table);
+        if (expression.ChangeExpression(text.c_str()) >= 0) continue;
+        ++parsed;
+        for (double value : {0.0, -1.5, 2.0, 1e-300}) {
+            x.SetValue(value);
+            y.SetValue(-value * 3.0);
+            expectFlatFormMatchesTree(expression, text);
+            double v = 0.0;
+            ++errors[static_cast<std::size_t>(expression.Value(v))];
+        }
+    }
+    // The run covers every error code, so the order in which errors are met was compared too.
+    EXPECT_GT(parsed, 1000);
+    for (int code : {0, 1, 4, 10}) EXPECT_GT(errors[static_cast<std::size_t>(code)], 0) << code;
+}
+
+// A variable read through a derived value that changes the table while it is read.
+class RenamingValue : public CValue {
+public:
+    RenamingValue(CValueMap& table, CValue& other) : m_table(table), m_other(other) {}
+    double GetValue() override {
+        m_table.SetAt("b", &m_other);
+        return 1.0;
+    }
+
+private:
+    CValueMap& m_table;
+    CValue& m_other;
+};
+
+// An evaluation that evaluates the same expression again from a GetValue.
+class ReentrantValue : public CValue {
+public:
+    CExpression* expression = nullptr;
+    int depth = 0;
+    double GetValue() override {
+        double inner = 0.0;
+        if (depth++ < 2) expression->Value(inner);
+        --depth;
+        return inner + 1.0;
+    }
+};
+
+TEST(ExpressionFlatForm, FollowsTheTableAndTheTreeAsTheWalkDoes) {
+    CNumericValue b1, b2;
+    b1.SetValue(10.0);
+    b2.SetValue(20.0);
+    CValueMap table;
+    RenamingValue a(table, b2);
+    table.SetAt("a", &a);
+    table.SetAt("b", &b1);
+    CExpression expression(&table);
+    ASSERT_EQ(expression.ChangeExpression("a+b"), -1);
+    double value = 0.0;
+    for (int i = 0; i < 3; ++i) {
+        table.SetAt("b", &b1);
+        EXPECT_EQ(expression.Value(value), 0);
+        EXPECT_EQ(value, 21.0) << "evaluation " << i;  // b looked up after a changed it
+    }
+    table.RemoveKey("b");
+    EXPECT_EQ(expression.Value(value), 0);  // a puts b back before b is read
+    table.RemoveKey("a");
+    EXPECT_EQ(expression.Value(value), 3);
+
+    // Whoever is handed the tree may change it; the next evaluation follows.
+    CExpression plain;
+    ASSERT_EQ(plain.ChangeExpression("2*3"), -1);
+    EXPECT_EQ(plain.Value(value), 0);
+    EXPECT_EQ(plain.Value(value), 0);
+    EXPECT_EQ(value, 6.0);
+    plain.GetArbore()->right->value = 4.0;
+    for (int i = 0; i < 2; ++i) {  // the walk, then the flat form
+        EXPECT_EQ(plain.Value(value), 0);
+        EXPECT_EQ(value, 8.0);
+    }
+    plain.GetArbore()->operation = 0x7F;  // no such operation: both sides, then error 10
+    for (int i = 0; i < 2; ++i) {
+        value = 1.0;
+        EXPECT_EQ(plain.Value(value), 10);
+        EXPECT_EQ(value, 0.0);
+    }
+
+    ReentrantValue r;
+    CValueMap own;
+    own.SetAt("r", &r);
+    CExpression again(&own);
+    r.expression = &again;
+    ASSERT_EQ(again.ChangeExpression("r*2"), -1);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(again.Value(value), 0);
+        EXPECT_EQ(value, 14.0);  // ((0+1)*2+1)*2+1)*2
+    }
 }
 
 }  // namespace

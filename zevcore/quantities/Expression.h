@@ -3,6 +3,12 @@
 // Arithmetic entry: a text such as "2*(3+4)" becomes a tree of nodes that evaluates to one
 // double, with optional named variables. The evaluator knows nothing of units.
 //
+// A parsed tree evaluated more than once is evaluated through a flat form of it: a postfix
+// program made on the second evaluation after the tree changed (the first walks the tree), with
+// constant subtrees worked out once and variables looked up once per change of the table. It calls
+// every variable's GetValue and meets every error in the order the tree walk would, so both give
+// the same results to the bit.
+//
 // The grammar, from the loosest binding to the tightest (every binary operator associates to
 // the left, "^" included, so "2^3^2" is 64):
 //
@@ -26,6 +32,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "zevcore/Export.h"
 #include "zevcore/platform/String.h"
@@ -161,9 +168,16 @@ public:
     /// last error met wins. Overflow and the domain of ASIN and ACOS are not checked.
     int Value(double& result);
 
-    nod* GetArbore() const { return m_tree; }
+    /// The tree itself. Whoever holds it may change it, so the flat form is made again from
+    /// the tree at the next evaluation.
+    nod* GetArbore() const {
+        m_evaluations = 0;
+        return m_tree;
+    }
     /// A deep copy of the tree, owned by the caller (delete it), or null.
     nod* CloneTree() const;
+    /// Value() by walking the tree node by node: the reference the flat form is held to.
+    int TreeValue(double& result);
 
 private:
     nod* expresie();
@@ -182,6 +196,21 @@ private:
     static void elibmem(nod*& node);
     double vexp(const nod* node) const;
 
+    // The flat form.
+    struct Step {
+        double number = 0.0;            // the constant operand
+        CValue* value = nullptr;        // the variable operand, as last looked up
+        const CString* name = nullptr;  // the variable's, in the tree
+        std::uint8_t code = 0;
+    };
+    struct Operand;
+    void compile();
+    Operand emit(const nod* node);
+    void materialize(const Operand& operand);
+    void push(std::uint8_t code, double number = 0.0, const CString* name = nullptr);
+    void bindVariables();
+    double run();
+
     CValueMap* m_variables = nullptr;
     /// The expression followed by two NUL sentinels; empty until the first ChangeExpression.
     std::string m_text;
@@ -189,6 +218,17 @@ private:
     nod* m_tree = nullptr;
     int m_nesting = 0;
     bool m_tooDeep = false;
+
+    std::vector<Step> m_program;
+    std::vector<double> m_stack;
+    int m_stackDepth = 0;
+    int m_stackNeeded = 0;
+    /// Evaluations of the tree as it is since it changed; the flat form is made at the second.
+    mutable int m_evaluations = 0;
+    bool m_running = false;
+    /// The table, and its version, the variables were looked up in.
+    const CValueMap* m_boundTable = nullptr;
+    std::uint64_t m_boundVersion = 0;
 
     static int sError;
 };
