@@ -1,0 +1,118 @@
+#!/usr/bin/python3
+"""ZEVCore against its peers on the same work, in one run, as a table of ratios.
+
+    bench/compare.py [--build DIR] [--short] [--cpu] [WORK ...]
+
+Runs DIR/bench/compare_peers (DIR defaults to build/release) once for every side of every
+piece of work (or of the WORKs named) and prints, for each peer, ZEVCore's cost over the
+peer's: below 1 ZEVCore does the work for less. The cost is the instructions valgrind's
+callgrind counts in the repeated work alone (set-up left out) where valgrind is installed,
+and CPU time otherwise or with --cpu. Work that runs other programs is always timed, the
+children's CPU included. The peers are the ones found when compare_peers was built (Debian:
+libmuparser-dev libpugixml-dev libxml2-dev libsqlite3-dev libdxflib-dev libglu1-mesa-dev
+libudunits2-dev triangle-bin python3-ezdxf).
+
+--short does every piece of work once, without valgrind, and checks only that every side
+runs: no figure it prints means anything.
+"""
+
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+
+# Repetitions per measurement: enough that the figure per repetition is steady.
+COUNTS = {
+    "expression-eval": 2000,
+    "expression-parse-eval": 500,
+    "entry-kN": 500,
+    "entry-feet-inches": 500,
+    "xml-write": 5,
+    "xml-read": 5,
+}
+DEFAULT_COUNT = 3
+# Counted by CPU time whatever the tool: these start other programs.
+TIMED = re.compile(r"^(mesh-cli|dxf-.*ezdxf)")
+
+
+def run_case(driver, work, side, count, use_callgrind):
+    command = [driver, "run", work, side, str(count)]
+    if use_callgrind and not TIMED.match(work) and not TIMED.match(f"{work}-{side}"):
+        with tempfile.TemporaryDirectory() as tmp:
+            out = os.path.join(tmp, "callgrind.out")
+            result = subprocess.run(
+                ["valgrind", "--tool=callgrind", "--toggle-collect=zev_compare_measured",
+                 f"--callgrind-out-file={out}"] + command,
+                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            if result.returncode != 0:
+                raise RuntimeError(result.stderr.strip().splitlines()[-1:] or ["failed"])
+            with open(out) as f:
+                for line in f:
+                    if line.startswith("totals:") or line.startswith("summary:"):
+                        return int(line.split()[1]) / count, "instructions"
+            raise RuntimeError("callgrind wrote no total")
+    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    if result.returncode != 0:
+        raise RuntimeError(result.stderr.strip() or f"exit {result.returncode}")
+    match = re.search(r"cpu_ns_per_op ([0-9.eE+-]+)", result.stdout)
+    if not match:
+        raise RuntimeError("no time in the output")
+    return float(match.group(1)), "CPU ns"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("--build", default="build/release")
+    parser.add_argument("--short", action="store_true")
+    parser.add_argument("--cpu", action="store_true")
+    parser.add_argument("works", nargs="*")
+    args = parser.parse_args()
+
+    driver = os.path.join(args.build, "bench", "compare_peers")
+    if not os.access(driver, os.X_OK):
+        print(f"compare: {driver} not found (build the compare_peers target)", file=sys.stderr)
+        return 2
+    listing = subprocess.run([driver, "list"], stdout=subprocess.PIPE, text=True, check=True)
+    sides = {}
+    for line in listing.stdout.splitlines():
+        work, side = line.split()
+        if not args.works or work in args.works:
+            sides.setdefault(work, []).append(side)
+    use_callgrind = not args.short and not args.cpu and shutil.which("valgrind")
+
+    failed = 0
+    rows = []
+    for work, names in sides.items():
+        count = 1 if args.short else COUNTS.get(work, DEFAULT_COUNT)
+        costs = {}
+        for side in names:
+            try:
+                costs[side] = run_case(driver, work, side, count, use_callgrind)
+            except (RuntimeError, OSError) as error:
+                print(f"compare: {work} {side}: {error}", file=sys.stderr)
+                failed += 1
+        ours = costs.get("zevcore")
+        for side in names:
+            if side == "zevcore" or side not in costs or not ours:
+                continue
+            cost, unit = costs[side]
+            ratio = ours[0] / cost if cost > 0 else float("inf")
+            rows.append((work, side, ours[0], cost, ratio, unit))
+        if ours and len(names) == 1:
+            rows.append((work, "-", ours[0], float("nan"), float("nan"), ours[1]))
+
+    header = ("work", "peer", "ZEVCore", "peer's", "ratio", "per repetition")
+    print("| " + " | ".join(header) + " |")
+    print("|" + "|".join("---" for _ in header) + "|")
+    for work, side, ours, theirs, ratio, unit in rows:
+        print(f"| {work} | {side} | {ours:,.0f} | {theirs:,.0f} | {ratio:.2f}x | {unit} |")
+    if args.short:
+        print("(short run: each side once, figures not meaningful)")
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,14 @@
+// Placeholders filled by later families.
+#include "peers/Cases.h"
+
+namespace peers {
+std::vector<Case> dxfCases() {
+    return {};
+}
+std::vector<Case> meshCases() {
+    return {};
+}
+std::vector<Case> otherCases() {
+    return {};
+}
+}  // namespace peers
