@@ -18,6 +18,7 @@
 
 #include "tools/zevcore/Args.h"
 #include "tools/zevcore/Command.h"
+#include "tools/zevcore/MeshIo.h"
 #include "tools/zevcore/Numbers.h"
 #include "tools/zevcore/Output.h"
 #include "zevcore/files/dxf/Drawing.h"
@@ -106,6 +107,21 @@ void checkReadable(const std::string& path) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
         throw std::runtime_error("cannot read '" + path + "': it is a folder");
+    if (std::filesystem::file_size(path, error) > meshio::kMaxInputBytes && !error)
+        throw std::runtime_error("cannot read '" + path + "': it is larger than 64 MiB");
+}
+
+std::runtime_error noSections(const std::string& path) {
+    return std::runtime_error("'" + path + "' holds no DXF sections");
+}
+
+// The drawing reader takes a file without sections for an empty drawing.
+void requireSections(const std::string& path) {
+    HDXF h = dxfOpenFile(path.c_str());
+    if (!h) throw std::runtime_error("cannot read '" + path + "'");
+    const bool any = dxfFindNextSection(h) != 0;
+    dxfCloseFile(h);
+    if (!any) throw noSections(path);
 }
 
 // Counts of the entities the reader yields until the section or block ends.
@@ -155,7 +171,7 @@ int runInfo(const std::string& path) {
         }
     }
     dxfCloseFile(h);
-    if (sections.empty()) throw std::runtime_error("'" + path + "' holds no DXF sections");
+    if (sections.empty()) throw noSections(path);
 
     out << "sections:";
     for (const std::string& s : sections) out << ' ' << s;
@@ -401,6 +417,7 @@ Box extents(HDRAWING h) {
 
 int runSvg(const std::string& path, const std::string& outPath) {
     checkReadable(path);
+    requireSections(path);
     CDrawing drawing;
     if (!drawing.Create()) throw std::runtime_error("out of memory");
     if (!drawing.LoadDXFFile(path.c_str()))
@@ -408,6 +425,9 @@ int runSvg(const std::string& path, const std::string& outPath) {
                                  "' (missing, or a layer names a line type it does not define)");
     Box box = extents(drawing.Handle());
     if (!(box.minX <= box.maxX)) box.minX = box.minY = 0, box.maxX = box.maxY = 1;
+    if (!std::isfinite(box.maxX - box.minX) || !std::isfinite(box.maxY - box.minY))
+        throw std::runtime_error(
+            "'" + path + "' spans too far to draw: its extent is beyond the largest number");
     const double margin = 20, width = 800;
     const double extent = std::max({box.maxX - box.minX, box.maxY - box.minY, 1e-9});
     const double scale = (width - 2 * margin) / extent;

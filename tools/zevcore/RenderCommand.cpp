@@ -128,8 +128,11 @@ void meshRegion(Scene& s, const Options& o) {
             "--element-size is too small for the region (at most 100000 boundary "
             "segments)");
     if (o.method == "triangle") {
-        meshio::TriangleResult t =
-            meshio::meshWithTriangle(s.region, std::sqrt(3.0) / 4.0 * size * size, false);
+        const double maxArea = std::sqrt(3.0) / 4.0 * size * size;
+        if (const std::string problem = meshio::triangleCountProblem(s.region, maxArea);
+            !problem.empty())
+            throw UsageError("--element-size is too small for the region: it " + problem);
+        meshio::TriangleResult t = meshio::meshWithTriangle(s.region, maxArea, false);
         if (!t.error.empty()) throw std::runtime_error(t.error);
         s.mesh = std::move(t.mesh);
         return;
@@ -241,18 +244,33 @@ std::vector<std::array<Point, 2>> freeEdges(const Mesh& mesh) {
     return edges;
 }
 
-std::vector<unsigned char> drawScene(const Scene& s, const Options& o, int width, int height) {
+// The scene moved by (-dx, -dy).
+Scene moved(const Scene& s, double dx, double dy) {
+    Scene m = s;
+    auto move = [dx, dy](Point& p) { p.x -= dx, p.y -= dy; };
+    for (auto& loop : m.region.loops)
+        for (Point& p : loop) move(p);
+    for (Point& p : m.mesh.nodes) move(p);
+    for (auto& line : m.drawing.lines) move(line[0]), move(line[1]);
+    return m;
+}
+
+std::vector<unsigned char> drawScene(const Scene& original, const Options& o, int width,
+                                     int height) {
     CZEVOffscreenGL gl(width, height);
     if (!gl.ok()) throw std::runtime_error("no OpenGL: " + gl.error());
     double minX, minY, maxX, maxY;
-    bounds(s, minX, minY, maxX, maxY);
+    bounds(original, minX, minY, maxX, maxY);
     if (!(minX <= maxX)) throw std::runtime_error("nothing to draw");
-    const double extent = std::max({maxX - minX, maxY - minY, 1e-9});
     // OpenGL draws in floats: a region must stand well within their range, so that the
     // symbols' sizes and the view's margins stay finite.
-    if (!(extent < 1e30) ||
-        !(std::max({std::fabs(minX), std::fabs(maxX), std::fabs(minY), std::fabs(maxY)}) < 1e30))
+    if (!(std::max({std::fabs(minX), std::fabs(maxX), std::fabs(minY), std::fabs(maxY)}) < 1e30))
         throw std::runtime_error("the coordinates are too large to draw (1e30 or more)");
+    // Drawn about its centre, where floats are finest: a small scene far from the origin (or
+    // one whose points all coincide) keeps a view that floats can tell apart.
+    const Scene s = moved(original, (minX + maxX) / 2, (minY + maxY) / 2);
+    bounds(s, minX, minY, maxX, maxY);
+    const double extent = std::max({maxX - minX, maxY - minY, 1e-9});
     const double cx = (minX + maxX) / 2, cy = (minY + maxY) / 2;
     // Room for the symbols round the region, and the picture's proportions kept.
     double halfW = 0.68 * extent, halfH = 0.68 * extent;
