@@ -1,13 +1,20 @@
 // Snapping to a rectangular grid of 1,000 by 1,000 lattice points: the grid's answer from its
-// parameters against a scan of every point, in the same run, on the same points.
+// parameters against a scan of every point, in the same run, on the same points (the ratio of
+// the two times is the gain). Loading a grid block of n by n lattice points: the time per
+// point should not grow with n.
 
 #include <benchmark/benchmark.h>
 
+#include <unistd.h>
+
+#include <cstdio>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "zevcore/frame/Math.h"
 #include "zevcore/graphics/GraphicGrid.h"
+#include "zevcore/graphics/GridManager.h"
 
 namespace {
 
@@ -64,5 +71,39 @@ void BM_SnapByScan(benchmark::State& state) {
     state.counters["answers that differ"] = static_cast<double>(differ);
 }
 BENCHMARK(BM_SnapByScan)->Unit(benchmark::kMillisecond);
+
+// A block of one rectangular grid of n by n lattice points, as a project file holds it.
+std::string blockFile(int n) {
+    const std::string path =
+        "/tmp/zev-grid-bench-" + std::to_string(getpid()) + "-" + std::to_string(n) + ".bin";
+    CGridManager manager;
+    auto* grid = new CRectangularGrid;
+    grid->setParameterLimits(0, n - 1, n - 1, 0, n - 1, n - 1, 0, 0, 0);
+    manager.addGrid(*grid);
+    obfstream out(path.c_str());
+    manager.write(out, 0);
+    return path;
+}
+
+void BM_LoadBlock(benchmark::State& state) {
+    const int n = static_cast<int>(state.range(0));
+    const std::string path = blockFile(n);
+    for (auto _ : state) {
+        CGridManager manager;
+        ibfstream in(path.c_str());
+        if (manager.read(in) != feSuccess) state.SkipWithError("the block did not load");
+        benchmark::DoNotOptimize(manager.grid(1));
+    }
+    std::remove(path.c_str());
+    state.SetComplexityN(static_cast<std::int64_t>(n) * n);
+    state.counters["lattice points"] = static_cast<double>(n) * n;
+}
+BENCHMARK(BM_LoadBlock)
+    ->Arg(250)
+    ->Arg(500)
+    ->Arg(1000)
+    ->Arg(1999)
+    ->Unit(benchmark::kMillisecond)
+    ->Complexity(benchmark::oN);
 
 }  // namespace

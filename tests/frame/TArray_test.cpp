@@ -113,4 +113,28 @@ TEST(TArray, CopiesAreDeepAndKeepTheirNumbers) {
     EXPECT_EQ(ring[6], 6);
 }
 
+TEST(TArrayRegression, FillingMovesTheElementsLogarithmicallyOften) {
+    // Each growth by the fixed step of five allocated anew and copied every element, so
+    // filling an array cost time in the square of its size.
+    CTArray<int> a;
+    int moves = 0;
+    for (int i = 1; i <= 100000; ++i) {
+        const int* before = a.data;
+        ASSERT_EQ(a.add(i), i);
+        moves += a.data != before;
+        ASSERT_EQ(a.upper, 5 * ((i + 4) / 5));  // the stated growth by five is what shows
+        if (i % 9973 == 0) {
+            ASSERT_TRUE(a.IsValid());
+        }
+    }
+    EXPECT_LE(moves, 20);
+    EXPECT_EQ(a[100000], 100000);
+    EXPECT_EQ(&a[100001], &CTArray<int>::dummy());  // past upper, though allocated
+    CTArray<int> copy(a);
+    EXPECT_TRUE(copy.IsValid());
+    EXPECT_EQ(copy[99999], 99999);
+    a.clear();
+    EXPECT_TRUE(a.IsValid());
+}
+
 }  // namespace

@@ -16,6 +16,7 @@
 #include "tools/zevcore/Command.h"
 #include "tools/zevcore/Numbers.h"
 #include "tools/zevcore/Output.h"
+#include "zevcore/frame/Math.h"
 #include "zevcore/graphics/GridManager.h"
 #include "zevcore/platform/Desktop.h"
 
@@ -40,7 +41,8 @@ constexpr const char* kHelp =
     "points  prints the lattice points of every grid, \"x y z\" a line, after a \"# grid\" line\n"
     "lines   prints the lattice lines of every grid, \"x1 y1 z1 x2 y2 z2\" a line\n"
     "snap    prints the nearest lattice point of the visible grids and its distance; with\n"
-    "        no visible grid the point goes to the origin, as the library snaps\n"
+    "        no visible grid the point goes to the origin, as the library snaps; a point\n"
+    "        1e+30 or more from every lattice point is refused\n"
     "svg     draws the visible grids in plan (x to the right, y up)\n"
     "\n"
     "Options:\n"
@@ -109,6 +111,13 @@ std::string heading(CGridManager& grids, int i) {
     CGraphicGrid& g = *grids.grid(i);
     return "# grid " + std::to_string(i) + ": " + g.name().GetString() + " (" +
            grids.getGridTypeString(i, 0).GetString() + ")";
+}
+
+bool anyVisiblePoint(CGridManager& grids) {
+    for (int i = 1; i <= grids.gridCount(); ++i)
+        if (grids.grid(i)->isVisible() && grids.grid(i)->getGridPoints().getCount() > 0)
+            return true;
+    return false;
 }
 
 int runNew(const std::vector<std::string>& types, const std::string& out,
@@ -236,6 +245,13 @@ int run(const std::vector<std::string>& args) {
         }
         double distance = 0;
         const CPoint3D snapped = grids.closestGridPoint(p, distance);
+        // The library measures nothing at or past BIG, so a point that far from every lattice
+        // point would go to the origin as if no grid were visible: say so instead.
+        if (!(distance < BIG) && anyVisiblePoint(grids))
+            throw std::runtime_error("the point " + xyz(p) +
+                                     " is too far from the grids to snap"
+                                     " (no lattice point lies within " +
+                                     shortestNumber(BIG) + ")");
         std::cout << xyz(snapped) << "\ndistance: " << shortestNumber(distance) << '\n';
     }
     return kSuccess;

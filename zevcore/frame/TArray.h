@@ -11,6 +11,9 @@
 ///
 /// Invariants: `data` always holds `upper - lower + 1` >= 1 slots; the elements in use are
 /// the first `count` slots, at indices `lower` to `lower + count - 1`. Storage never shrinks.
+/// `upper` grows by `growBy` at a time, but the allocation beneath it at least doubles, so
+/// that filling an array costs time in proportion to what it holds; the slots allocated past
+/// `upper` are never reached and keep their default value until `upper` takes them in.
 ///
 /// Indexing checks against the storage (`lower` to `upper`), not against `count`: an index
 /// past `count` but within the storage reaches a stale or default slot, and an index outside
@@ -32,7 +35,8 @@ public:
 
     CTArray(const CTArray& other)
         : lower(other.lower), upper(other.upper), growBy(other.growBy), count(other.count) {
-        data = new T[slotsFor(lower, upper)]();
+        allocated = slotsFor(lower, upper);
+        data = new T[allocated]();
         std::copy(other.data, other.data + count, data);
     }
 
@@ -43,10 +47,12 @@ public:
         upper = other.upper;
         growBy = other.growBy;
         count = other.count;
-        T* fresh = new T[slotsFor(lower, upper)]();
+        const std::size_t slots = slotsFor(lower, upper);
+        T* fresh = new T[slots]();
         std::copy(other.data, other.data + count, fresh);
         delete[] data;
         data = fresh;
+        allocated = slots;
         return *this;
     }
 
@@ -90,6 +96,12 @@ public:
 
     void setGrowBy(std::int32_t n) { growBy = n; }
 
+    /// The invariants above.
+    bool IsValid() const {
+        return data != nullptr && lower <= upper && count >= 0 && count <= capacity() &&
+               static_cast<std::int64_t>(allocated) >= capacity();
+    }
+
     /// The element shared by every out-of-range index of this T.
     static T& dummy() {
         static T element{};
@@ -102,20 +114,27 @@ private:
         return static_cast<std::size_t>(n < 1 ? 1 : n);
     }
 
+    // The slots `data` holds, `upper - lower + 1` or more.
+    std::size_t allocated = 5;
+
     std::int64_t capacity() const { return static_cast<std::int64_t>(upper) - lower + 1; }
 
     bool grow() {
         if (growBy < 1 || upper >= kMaxUpper) return false;
         std::int64_t newUpper =
             std::min<std::int64_t>(static_cast<std::int64_t>(upper) + growBy, kMaxUpper);
-        std::size_t slots = slotsFor(lower, static_cast<std::int32_t>(newUpper));
-        T* fresh = new (std::nothrow) T[slots]();
-        if (!fresh) return false;
-        // count never exceeds the new slots; the bound says so to the optimiser too.
-        std::size_t keep = std::min(static_cast<std::size_t>(count), slots);
-        for (std::size_t i = 0; i < keep; ++i) fresh[i] = data[i];
-        delete[] data;
-        data = fresh;
+        const std::size_t slots = slotsFor(lower, static_cast<std::int32_t>(newUpper));
+        if (slots > allocated) {
+            const std::size_t wanted = std::max(slots, 2 * allocated);
+            T* fresh = new (std::nothrow) T[wanted]();
+            if (!fresh) return false;
+            // count never exceeds the new slots; the bound says so to the optimiser too.
+            std::size_t keep = std::min(static_cast<std::size_t>(count), slots);
+            for (std::size_t i = 0; i < keep; ++i) fresh[i] = data[i];
+            delete[] data;
+            data = fresh;
+            allocated = wanted;
+        }
         upper = static_cast<std::int32_t>(newUpper);
         return true;
     }

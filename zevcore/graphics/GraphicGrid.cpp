@@ -20,10 +20,7 @@ const char kTypeNames[15][64] = {
 // A degenerate range runs its loop once: its step is this, or this over the divisions.
 constexpr double kDegenerateStep = 1e10;
 
-// The most lattice points a grid generates. Parameters from a file or a user can ask for any
-// number (or for a step too small to move the accumulated value at all); past this the grid
-// generates nothing rather than take the host's memory or time.
-constexpr std::size_t kMaxLatticePoints = 4'000'000;
+constexpr std::size_t kMaxLatticePoints = CGraphicGrid::kMaxLatticePoints;
 
 constexpr double kTwoPi = 2.0 * zev::PI;
 
@@ -198,13 +195,19 @@ CGraphicGrid::Lattice CGraphicGrid::lattice() const {
     return l;
 }
 
+std::size_t CGraphicGrid::latticePointCount() const {
+    const Lattice l = lattice();
+    return l.values[0].size() * l.values[1].size() * l.values[2].size();
+}
+
 void CGraphicGrid::UpdateGridData(bool x, bool y, bool z) {
     gridPoints.clear();
     xLines.clear();
     yLines.clear();
     zLines.clear();
     const bool wantLines = x || z;
-    const Lattice l = lattice();
+    generated = lattice();
+    const Lattice& l = generated;
     const double* s = l.step;
     const bool collapsed1 = l.collapsed1, collapsed2 = l.collapsed2;
     const auto& values = l.values;
@@ -518,6 +521,12 @@ ETFileError CGraphicGrid::write(obfstream& out, int) {
 }
 
 ETFileError CGraphicGrid::read(ibfstream& in) {
+    if (readRecord(in) == feBadFormat) return feBadFormat;
+    UpdateGridData(true, true, true);
+    return !in ? feReadError : feSuccess;
+}
+
+ETFileError CGraphicGrid::readRecord(ibfstream& in) {
     short version = 0;
     in >> version;
     if (version != 1 && version != 2) return feBadFormat;
@@ -536,7 +545,6 @@ ETFileError CGraphicGrid::read(ibfstream& in) {
         for (double& v : row) in >> v;
     in >> expandable;
     for (bool& flag : axisFlags) in >> flag;
-    UpdateGridData(true, true, true);
     return !in ? feReadError : feSuccess;
 }
 
@@ -631,6 +639,26 @@ void CRectangularGrid::setupGridThroughCorners(const CPoint3D& a, const CPoint3D
     setRotationUsingPoints(a, b, c);
 }
 
+namespace {
+
+// Where `x` would go in the ascending `values` a loop accumulated from values[0] by `step`:
+// the first index whose value is not below `x` (the size when none is), as a binary search
+// answers. The index the step gives is off by rounding alone, so a few moves correct it.
+std::size_t firstNotBelow(const std::vector<double>& values, double step, double x) {
+    const std::size_t n = values.size();
+    const double t = (x - values[0]) / step;
+    std::size_t at = 0;
+    if (t >= static_cast<double>(n))
+        at = n;
+    else if (t > 0)
+        at = static_cast<std::size_t>(t);
+    while (at < n && values[at] < x) ++at;
+    while (at > 0 && !(values[at - 1] < x)) --at;
+    return at;
+}
+
+}  // namespace
+
 bool CRectangularGrid::closestByArithmetic(const CPoint3D& p, CPoint3D& best, double& distance) {
     // Under a rigid motion the nearest lattice point is the nearest value on each axis, give
     // or take one step for rounding; so the candidates are the neighbours of those values,
@@ -644,7 +672,7 @@ bool CRectangularGrid::closestByArithmetic(const CPoint3D& p, CPoint3D& best, do
                 if (std::abs(dot - (i == j ? 1.0 : 0.0)) > 1e-9) return false;
             }
     }
-    const Lattice l = lattice();
+    const Lattice& l = generatedLattice();
     const auto& values = l.values;
     if (values[0].size() * values[1].size() * values[2].size() !=
             static_cast<std::size_t>(gridPoints.getCount()) ||
@@ -660,11 +688,9 @@ bool CRectangularGrid::closestByArithmetic(const CPoint3D& p, CPoint3D& best, do
     }
     std::size_t from[3], to[3];
     for (int i = 0; i < 3; ++i) {
-        const std::vector<double>& v = values[i];
-        const auto at = static_cast<std::size_t>(
-            std::lower_bound(v.begin(), v.end(), axisOf(local, i)) - v.begin());
+        const std::size_t at = firstNotBelow(values[i], l.step[i], axisOf(local, i));
         from[i] = at > 1 ? at - 2 : 0;
-        to[i] = std::min(at + 1, v.size() - 1);
+        to[i] = std::min(at + 1, values[i].size() - 1);
     }
     for (std::size_t a = from[0]; a <= to[0]; ++a)
         for (std::size_t b = from[1]; b <= to[1]; ++b)
@@ -916,7 +942,14 @@ ETFileError CIrregularGrid::write(obfstream& out, int unused) {
 }
 
 ETFileError CIrregularGrid::read(ibfstream& in) {
-    const ETFileError base = CGraphicGrid::read(in);
+    const ETFileError result = readRecord(in);
+    if (result != feSuccess) return result;
+    UpdateGridData(true, true, true);
+    return feSuccess;
+}
+
+ETFileError CIrregularGrid::readRecord(ibfstream& in) {
+    const ETFileError base = CGraphicGrid::readRecord(in);
     if (base == feBadFormat) return base;
     CTArray<double> dx, dy, dz;
     const ETFileError x = readArray(dx, in);
@@ -924,6 +957,5 @@ ETFileError CIrregularGrid::read(ibfstream& in) {
     const ETFileError z = readArray(dz, in);
     if (base != feSuccess || x != feSuccess || y != feSuccess || z != feSuccess) return feReadError;
     setPointSpacings(dx, dy, dz, originPoint);
-    UpdateGridData(true, true, true);
     return feSuccess;
 }

@@ -9,6 +9,7 @@
 // stale without regenerating; every other setter regenerates at once; the generating getters
 // and closestGridPoint make a stale grid valid.
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -49,6 +50,11 @@ ZEVCORE_API const char* getGridTypeName(ETGraphicGridType type, int style);
 
 class ZEVCORE_API CGraphicGrid {
 public:
+    /// The most lattice points a grid generates. Parameters from a file or a user can ask for
+    /// any number (or for a step too small to move the accumulated value at all); past this the
+    /// grid generates nothing rather than take the host's memory or time.
+    static constexpr std::size_t kMaxLatticePoints = 4'000'000;
+
     CGraphicGrid();
     /// Copies the parameters and the vertex buffer, never the point and line lists: the copy
     /// keeps the source's `dataValid` with empty lists, so it must regenerate before use.
@@ -69,6 +75,8 @@ public:
     virtual void UpdateGridData(bool x, bool y, bool z);
     /// The point of the parameters (a, b, c) before rotation and translation.
     virtual CPoint3D gridPoint(double a, double b, double c) const;
+    /// The number of lattice points the present parameters generate, without generating them.
+    std::size_t latticePointCount() const;
 
     const CString& name() const { return m_name; }
     const CPoint3D origin() const { return originPoint; }
@@ -77,7 +85,12 @@ public:
     bool isExpandable() const { return expandable; }
     bool isRotated() const { return rotated; }
     bool isDataValid() const { return dataValid; }
-    ETGraphicGridType gridType() const { return static_cast<ETGraphicGridType>(type); }
+    /// The kind the grid says it is; gtUnknown when its `type` field, which a file may set to
+    /// any 16-bit value, names no kind.
+    ETGraphicGridType gridType() const {
+        return type >= gtAddNew && type <= gtUnknown ? static_cast<ETGraphicGridType>(type)
+                                                     : gtUnknown;
+    }
     CPoint3D extents() const;
     CPoint3D divisions() const;
     /// Extents over divisions, 0 on an axis of exactly 0 divisions.
@@ -133,6 +146,9 @@ public:
                        int maxPasses);
 
 protected:
+    /// The record as `read` takes it, without generating: feBadFormat for a version it does
+    /// not know (nothing more is read), feReadError when the stream failed, else feSuccess.
+    virtual ETFileError readRecord(ibfstream& in);
     bool doesGridVolumeImprove(const CPoint3D& targetLow, const CPoint3D& targetHigh,
                                bool& lowBetter, bool& highBetter);
     /// The kinds whose lattice is a product of three evenly stepped ranges under a rigid
@@ -151,6 +167,9 @@ protected:
         bool collapsed1, collapsed2;
     };
     Lattice lattice() const;
+    /// The lattice the last generation looped over, kept so that snapping need not loop again;
+    /// its values describe `gridPoints` only while their counts multiply to its count.
+    const Lattice& generatedLattice() const { return generated; }
     void copyParameters(const CGraphicGrid& other);
 
     std::int32_t type = gtUnknown;
@@ -172,6 +191,9 @@ protected:
     bool axisFlags[3] = {false, false, false};
     std::unique_ptr<float[]> lineVertices;
     std::int32_t lineVertexCount = 0;
+
+private:
+    Lattice generated{};
 
     friend class CGridManager;
 };
@@ -261,6 +283,9 @@ public:
     const CTArray<double>& getYSpacings() const { return ySpacings; }
     const CTArray<double>& getZSpacings() const { return zSpacings; }
     CPoint3D getNumberOfLines() const;
+
+protected:
+    ETFileError readRecord(ibfstream& in) override;
 
 private:
     CTArray<double> xCoords, yCoords, zCoords;

@@ -1,5 +1,7 @@
 #include "zevcore/graphics/GridManager.h"
 
+#include <cstdint>
+#include <limits>
 #include <memory>
 
 #include "zevcore/frame/Math.h"
@@ -154,12 +156,90 @@ void CGridManager::reset() {
     CreateDefaultGrid();
 }
 
+namespace {
+
+// A block of a few hundred bytes can ask for a full-sized lattice in each of its grids: the
+// block as a whole holds no more lattice points than one grid may, so that loading it costs
+// time and memory in proportion to what one grid may hold.
+constexpr std::size_t kMaxBlockLatticePoints = CGraphicGrid::kMaxLatticePoints;
+
+// The classes a block's type code builds, in the order the reader tells them apart.
+enum class GridClass { none, polar, rectangular, irregular, spherical };
+
+GridClass classOfCode(int code) {
+    if (code == gtPolar) return GridClass::polar;
+    if ((code >= gtXYPlane && code <= gtLineZ) || code == gt3DRectangular)
+        return GridClass::rectangular;
+    if (code >= gtXYLines && code <= gt3DLines) return GridClass::irregular;
+    if (code == gtSpherical) return GridClass::spherical;
+    return GridClass::none;
+}
+
+GridClass classOfGrid(const CGraphicGrid& g) {
+    if (dynamic_cast<const CRectangularGrid*>(&g)) return GridClass::rectangular;
+    if (dynamic_cast<const CIrregularGrid*>(&g)) return GridClass::irregular;
+    if (dynamic_cast<const CPolarGrid*>(&g)) return GridClass::polar;
+    if (dynamic_cast<const CSphericalGrid*>(&g)) return GridClass::spherical;
+    return GridClass::none;
+}
+
+// The code that tells the reader which class to build. A grid's own `type` can name another
+// class than the grid is (a block may pair any record with any code of the class it builds,
+// and the record's `type` is kept as read); writing that `type` would make the reader build
+// the wrong class and misread the record, so the class's own first code is written instead.
+// A grid of a class the reader cannot build (a helix, a plain copy) gets gtUnknown unless its
+// own `type` already says so: the reader then stops there, with the grids before it loaded.
+short blockCode(const CGraphicGrid& g, std::int32_t ownType) {
+    const GridClass cls = classOfGrid(g);
+    if (classOfCode(ownType) == cls) return static_cast<short>(ownType);
+    switch (cls) {
+        case GridClass::polar:
+            return gtPolar;
+        case GridClass::rectangular:
+            return gtXYPlane;
+        case GridClass::irregular:
+            return gtXYLines;
+        case GridClass::spherical:
+            return gtSpherical;
+        case GridClass::none:
+            break;
+    }
+    return gtUnknown;
+}
+
+std::unique_ptr<CGraphicGrid> makeForCode(int code) {
+    switch (classOfCode(code)) {
+        case GridClass::polar:
+            return std::make_unique<CPolarGrid>();
+        case GridClass::rectangular:
+            return std::make_unique<CRectangularGrid>();
+        case GridClass::irregular:
+            return std::make_unique<CIrregularGrid>();
+        case GridClass::spherical:
+            return std::make_unique<CSphericalGrid>();
+        case GridClass::none:
+            break;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
 ETFileError CGridManager::write(obfstream& out, int unused) {
+    // The count is 16 bits and a negative one reads as no grid at all: a block that cannot
+    // say how many grids it holds is not begun.
+    if (gridCount() > std::numeric_limits<short>::max()) return feWriteError;
+    // Nor is a block the reader would refuse for the lattice points it asks for.
+    std::size_t points = 0;
+    for (int i = 1; i <= gridCount(); ++i) {
+        points += grid(i)->latticePointCount();
+        if (points > kMaxBlockLatticePoints) return feWriteError;
+    }
     out << static_cast<short>(1);
     out << static_cast<short>(gridCount());
     for (int i = 1; i <= gridCount(); ++i) {
         CGraphicGrid* g = grid(i);
-        out << static_cast<short>(g->gridType());
+        out << blockCode(*g, g->type);
         g->write(out, unused);
     }
     return !out ? feReadError : feSuccess;
@@ -172,22 +252,18 @@ ETFileError CGridManager::read(ibfstream& in) {
     if (version != 1) return feReadError;
     short count = 0;
     in >> count;
+    std::size_t points = 0;
     for (int i = 0; i < count; ++i) {
         short type = 0;
         in >> type;
-        std::unique_ptr<CGraphicGrid> g;
-        if (type == gtPolar)
-            g = std::make_unique<CPolarGrid>();
-        else if ((type >= gtXYPlane && type <= gtLineZ) || type == gt3DRectangular)
-            g = std::make_unique<CRectangularGrid>();
-        else if (type >= gtXYLines && type <= gt3DLines)
-            g = std::make_unique<CIrregularGrid>();
-        else if (type == gtSpherical)
-            g = std::make_unique<CSphericalGrid>();
-        else
-            return feReadError;
-        // A grid whose record fails is not added; it is freed here rather than lost.
-        if (const ETFileError result = g->read(in); result != feSuccess) return result;
+        std::unique_ptr<CGraphicGrid> g = makeForCode(type);
+        if (!g) return feReadError;
+        // The grid's read, with the block's bound tested between the record and the lattice
+        // it asks for. A grid that fails is not added; it is freed here rather than lost.
+        if (const ETFileError result = g->readRecord(in); result != feSuccess) return result;
+        points += g->latticePointCount();
+        if (points > kMaxBlockLatticePoints) return feReadError;
+        g->UpdateGridData(true, true, true);
         grids.add(g.release());
     }
     return !in ? feReadError : feSuccess;

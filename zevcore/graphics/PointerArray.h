@@ -3,13 +3,16 @@
 // A growing array of heap objects, addressed like CTArray from index 1, that deletes what it
 // owns when it is cleared, shrunk or destroyed.
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
 template <typename T>
 class TPointerArray {
 public:
-    /// `capacity` slots are reserved at once; the array then grows by `growBy` at a time.
+    /// `capacity` slots are reserved at once; the array then grows by at least `growBy` at a
+    /// time, and by as many slots as it holds when that is more, so that filling it costs
+    /// time in proportion to what it holds.
     explicit TPointerArray(std::int32_t capacity = 0, std::int32_t growBy = 0, bool owns = true)
         : m_owns(owns), m_growBy(growBy) {
         m_data.reserve(static_cast<std::size_t>(capacity > 0 ? capacity : 0));
@@ -20,8 +23,9 @@ public:
 
     /// Appends and answers the new element's index.
     std::int32_t add(T* item) {
-        if (m_data.size() == m_data.capacity() && m_growBy > 0)
-            m_data.reserve(m_data.size() + static_cast<std::size_t>(m_growBy));
+        if (m_data.size() == m_data.capacity())
+            m_data.reserve(m_data.size() + std::max(m_data.size(), static_cast<std::size_t>(
+                                                                       std::max(m_growBy, 1))));
         m_data.push_back(item);
         return getCount();
     }
@@ -53,6 +57,8 @@ public:
         }
     }
     std::int32_t getCount() const { return static_cast<std::int32_t>(m_data.size()); }
+    /// The elements the array holds before it must grow.
+    std::size_t capacity() const { return m_data.capacity(); }
     bool owns() const { return m_owns; }
 
 private:
