@@ -4,7 +4,10 @@
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <random>
 #include <string>
@@ -334,6 +337,124 @@ TEST(XmlReader, FileMustBeWritableAndLongLinesComeInPieces) {
     EXPECT_FALSE(reader.ReadFile());
     ASSERT_NE(reader.GetRootNode(), nullptr);
     EXPECT_EQ(reader.GetRootNode()->Values().size(), 0u);
+}
+
+// Numbers are written as "%d" and "%.15lg" print them in the classic locale: every kind of
+// double (random bit patterns, so subnormals, infinities and NaNs of both signs too) and int.
+TEST(XmlWriter, NumbersAreWrittenAsPrintfWritesThem) {
+    TempDir dir;
+    const std::string path = dir.file("numbers.xml");
+    std::mt19937_64 random(27);
+    std::vector<double> doubles = {
+        0.0,      -0.0,      1.0 / 3.0,    1e30,          1e-5,  123456789012345678.0,
+        INFINITY, -INFINITY, std::nan(""), -std::nan(""), 5e-324};
+    for (int i = 0; i < 3000; ++i) {
+        const std::uint64_t bits = random();
+        double d;
+        std::memcpy(&d, &bits, sizeof d);
+        doubles.push_back(d);
+        doubles.push_back(static_cast<double>(static_cast<std::int32_t>(bits)) / 1000.0);
+    }
+    std::vector<int> ints = {0, -1, INT32_MIN, INT32_MAX};
+    for (int i = 0; i < 300; ++i) ints.push_back(static_cast<int>(random()));
+    std::string expected = kDeclaration;
+    {
+        xmlwriter w(path);
+        char text[64];
+        for (double d : doubles) {
+            w.CreateChild("d", d);
+            std::snprintf(text, sizeof text, "%.15lg", d);
+            expected += std::string("\n<d>") + text + "</d>";
+        }
+        for (int n : ints) {
+            w.CreateChild("i", n);
+            std::snprintf(text, sizeof text, "%d", n);
+            expected += std::string("\n<i>") + text + "</i>";
+        }
+    }
+    EXPECT_EQ(readFile(path), expected);
+}
+
+// Texts are printed as "%s" prints them: a nul ends each, and one in an attribute ends the
+// text of all the element's attributes.
+TEST(XmlWriter, TextsEndAtTheirFirstNul) {
+    TempDir dir;
+    const std::string path = dir.file("nul.xml");
+    const std::string withNul("a\0b", 3);
+    {
+        xmlwriter w(path);
+        w.AddAtributes("first", "1");
+        w.AddAtributes("se" + withNul, "2");
+        w.Createtag("t" + withNul);
+        w.CreateChild("c" + withNul, "v");
+        w.AddComment("x" + withNul);
+        w.CloseAlltags();
+    }
+    EXPECT_EQ(readFile(path), kDeclaration +
+                                  "\n<ta sea>"
+                                  "\n\t<ca>v</ca>"
+                                  "\n\t<!--xa-->"
+                                  "\n</ta>");
+}
+
+// What the reader made of a file before it read in blocks: fgets into 1,000 bytes, each piece
+// trimmed and taken by ProcessString.
+void readLineByLine(const std::string& path, xmlreader& into) {
+    std::FILE* file = std::fopen(path.c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    char buffer[1000];
+    bool ok = true;
+    while (ok && std::fgets(buffer, sizeof buffer, file))
+        ok = into.ProcessString(into.EatupWhiteSpace(buffer));
+    std::fclose(file);
+    if (!ok) into.DeleteAll();
+}
+
+// Files of random lines (long ones, blank ones, nuls, carriage returns, no final line feed,
+// lines across the reader's block boundaries) read in blocks give the tree fgets gave.
+TEST(XmlReader, ReadsInBlocksAsLineByLine) {
+    TempDir dir;
+    const std::string path = dir.file("blocks.xml");
+    std::mt19937 random(27);
+    auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
+    for (int round = 0; round < 60; ++round) {
+        std::string text = "<root>\n";
+        const int count = 50 + below(3000);
+        int open = 0;
+        for (int i = 0; i < count; ++i) {
+            const int kind = below(40);
+            std::string indent(static_cast<std::size_t>(below(4)), below(2) ? '\t' : ' ');
+            if (kind == 0 && round % 3 == 0) {
+                text += indent + "<v>" +
+                        std::string(static_cast<std::size_t>(900 + below(1200)), 'w') + "</v>\n";
+            } else if (kind == 1 && round % 4 == 0) {
+                text += indent + std::string("<n\0ul>x</n>\n", 12);
+            } else if (kind == 2 && round % 5 == 0) {
+                text += "\n";
+            } else if (kind < 8) {
+                text += indent + "<g" + std::to_string(below(5)) + " a=\"1\">\r\n";
+                ++open;
+            } else if (kind < 14 && open > 0) {
+                text += indent + "</g>\n";
+                --open;
+            } else {
+                text += indent + "<k" + std::to_string(below(30)) + ">" +
+                        std::to_string(below(100000)) + "</k>" + (below(9) ? "\n" : " \n");
+            }
+        }
+        while (open-- > 0) text += "</g>\n";
+        text += round % 2 ? "</root>" : "</root>\n";
+        writeFile(path, text);
+
+        xmlreader blocks(path);  // reads at once
+        xmlreader lines(dir.file("none.xml"));
+        readLineByLine(path, lines);
+        ASSERT_EQ(blocks.GetRootNode() != nullptr, lines.GetRootNode() != nullptr);
+        if (blocks.GetRootNode()) {
+            EXPECT_EQ(fromReader(blocks.GetRootNode()), fromReader(lines.GetRootNode()))
+                << "round " << round;
+        }
+    }
 }
 
 }  // namespace

@@ -1,22 +1,50 @@
 #include "zevcore/files/Xml.h"
-#include "zevcore/platform/Locale.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstring>
+#include <string_view>
 #include <utility>
 
 namespace {
 
 // The writer does not escape: it removes the characters that would need it.
+bool isRemoved(char c) {
+    return c == '&' || c == '"' || c == '\'' || c == '<' || c == '>';
+}
+
 std::string cleaned(std::string text) {
-    for (char mark : {'&', '"', '\'', '<', '>'}) std::erase(text, mark);
+    std::erase_if(text, isRemoved);
     return text;
+}
+
+// The text as "%s" prints it: up to its first nul.
+void appendText(std::string& out, std::string_view text) {
+    const void* nul = std::memchr(text.data(), '\0', text.size());
+    out.append(text.data(), nul ? static_cast<const char*>(nul) - text.data() : text.size());
+}
+
+// cleaned(text) as "%s" prints it, without the copy.
+void appendCleaned(std::string& out, std::string_view text) {
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        const char* run = at;
+        while (run != end && *run != '\0' && !isRemoved(*run)) ++run;
+        out.append(at, run);
+        if (run == end || *run == '\0') return;
+        at = run + 1;
+    }
 }
 
 // The declaration, with no line feed after it.
 constexpr char kDeclaration[] = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>";
 
 // Lines are read in pieces of at most this many bytes less one.
-constexpr int kLineBuffer = 1000;
+constexpr std::size_t kLineBuffer = 1000;
+
+// The writer's text goes to the file in blocks of about this size.
+constexpr std::size_t kWriteBlock = 1 << 14;
 
 }  // namespace
 
@@ -24,11 +52,18 @@ constexpr int kLineBuffer = 1000;
 
 xmlwriter::xmlwriter(std::string path) : m_fileName(std::move(path)) {
     m_file = std::fopen(m_fileName.c_str(), "w");
-    if (m_file) std::fputs(kDeclaration, m_file);
+    if (m_file) m_out = kDeclaration;
 }
 
 xmlwriter::~xmlwriter() {
-    if (m_file) std::fclose(m_file);
+    if (!m_file) return;
+    flush();
+    std::fclose(m_file);
+}
+
+void xmlwriter::flush() {
+    if (!m_out.empty()) std::fwrite(m_out.data(), 1, m_out.size(), m_file);
+    m_out.clear();
 }
 
 void xmlwriter::AddAtributes(std::string name, std::string value) {
@@ -36,34 +71,50 @@ void xmlwriter::AddAtributes(std::string name, std::string value) {
     m_attributes.push_back(cleaned(std::move(name)));
 }
 
-std::string xmlwriter::takeAttributes() {
-    std::string text;
-    // Stored as value then name; taken from the back, so the last added comes first.
-    while (m_attributes.size() >= 2) {
-        const std::string name = std::move(m_attributes.back());
-        m_attributes.pop_back();
-        const std::string value = std::move(m_attributes.back());
-        m_attributes.pop_back();
-        text += " " + name + "=\"" + value + "\"";
+void xmlwriter::appendAttributes() {
+    // Stored as value then name; taken from the back, so the last added comes first. They are
+    // printed as one "%s": a nul in any ends the text of them all.
+    bool ended = false;
+    auto add = [&](std::string_view piece) {
+        if (ended) return;
+        const void* nul = std::memchr(piece.data(), '\0', piece.size());
+        if (nul) {
+            ended = true;
+            piece = piece.substr(0, static_cast<const char*>(nul) - piece.data());
+        }
+        m_out.append(piece);
+    };
+    for (std::size_t i = m_attributes.size(); i >= 2; i -= 2) {
+        add(" ");
+        add(m_attributes[i - 1]);
+        add("=\"");
+        add(m_attributes[i - 2]);
+        add("\"");
     }
     m_attributes.clear();
-    return text;
 }
 
 void xmlwriter::startLine() {
-    std::fputc('\n', m_file);
-    for (int i = 0; i < m_depth; ++i) std::fputc('\t', m_file);
+    if (m_out.size() >= kWriteBlock) flush();
+    m_out.push_back('\n');
+    m_out.append(static_cast<std::size_t>(m_depth), '\t');
 }
 
 void xmlwriter::openTag(const std::string& name, const char* useDefault) {
     if (!m_file) return;
-    const std::string tag = cleaned(name);
+    std::string tag = cleaned(name);
     startLine();
-    std::fprintf(m_file, "<%s", tag.c_str());
-    if (useDefault) std::fprintf(m_file, " UseDefault=\"%s\"", useDefault);
-    std::fprintf(m_file, "%s>", takeAttributes().c_str());
+    m_out.push_back('<');
+    appendText(m_out, tag);
+    if (useDefault) {
+        m_out += " UseDefault=\"";
+        m_out += useDefault;
+        m_out += '"';
+    }
+    appendAttributes();
+    m_out.push_back('>');
     ++m_depth;
-    m_openTags.push_back(tag);
+    m_openTags.push_back(std::move(tag));
 }
 
 void xmlwriter::Createtag(std::string name) {
@@ -76,43 +127,58 @@ void xmlwriter::Createtag(std::string name, bool useDefault) {
 
 void xmlwriter::CreateChild(std::string name, const char* value) {
     if (!m_file) return;
-    const std::string tag = cleaned(std::move(name));
-    const std::string text = cleaned(value ? value : "");
     startLine();
-    std::fprintf(m_file, "<%s%s>%s</%s>", tag.c_str(), takeAttributes().c_str(), text.c_str(),
-                 tag.c_str());
+    m_out.push_back('<');
+    const std::size_t tagStart = m_out.size();
+    appendCleaned(m_out, name);
+    const std::size_t tagSize = m_out.size() - tagStart;
+    appendAttributes();
+    m_out.push_back('>');
+    if (value) appendCleaned(m_out, value);
+    m_out += "</";
+    m_out.append(m_out, tagStart, tagSize);
+    m_out.push_back('>');
 }
 
 void xmlwriter::CreateChild(std::string name, int value) {
     char text[16];
-    std::snprintf(text, sizeof text, "%d", value);
+    const auto end = std::to_chars(text, text + sizeof text - 1, value).ptr;
+    *end = '\0';
     CreateChild(std::move(name), text);
 }
 
 void xmlwriter::CreateChild(std::string name, double value) {
+    // As "%.15lg" in the classic locale, whatever the process's.
     char text[40];
-    CZEVClassicLocaleScope classic;
-    std::snprintf(text, sizeof text, "%.15lg", value);
+    const auto end =
+        std::to_chars(text, text + sizeof text - 1, value, std::chars_format::general, 15).ptr;
+    *end = '\0';
     CreateChild(std::move(name), text);
 }
 
 void xmlwriter::AddComment(std::string text) {
     if (!m_file) return;
     startLine();
-    std::fprintf(m_file, "<!--%s-->", cleaned(std::move(text)).c_str());
+    m_out += "<!--";
+    appendCleaned(m_out, text);
+    m_out += "-->";
 }
 
 void xmlwriter::CloseLasttag() {
     if (!m_file || m_openTags.empty()) return;
     --m_depth;
     startLine();
-    std::fprintf(m_file, "</%s>", m_openTags.back().c_str());
+    m_out += "</";
+    appendText(m_out, m_openTags.back());
+    m_out.push_back('>');
     m_openTags.pop_back();
 }
 
 void xmlwriter::CloseAlltags() {
     while (!m_openTags.empty() && m_file) CloseLasttag();
-    if (m_file) std::fclose(m_file);
+    if (!m_file) return;
+    flush();
+    std::fclose(m_file);
     m_file = nullptr;
 }
 
@@ -190,13 +256,79 @@ std::string xmlreader::EatupWhiteSpace(std::string text) {
     return text.substr(first, last - first + 1);
 }
 
+namespace {
+
+// The file in large blocks, handed out in the pieces fgets with a buffer of kLineBuffer bytes
+// would give: up to and including a line feed, at most kLineBuffer - 1 bytes, the last one
+// possibly without a line feed. Only one block is held at a time.
+class LinePieces {
+public:
+    explicit LinePieces(std::FILE* file) : m_file(file) {}
+
+    // The next piece, as far as its first nul (as the C string fgets fills ends there); false
+    // at the end of the file.
+    bool next(const char*& first, const char*& last) {
+        if (m_end - m_begin < kLineBuffer - 1 && !m_ended) refill();
+        if (m_begin == m_end) return false;
+        const std::size_t room = std::min<std::size_t>(m_end - m_begin, kLineBuffer - 1);
+        const char* start = m_block + m_begin;
+        const void* feed = std::memchr(start, '\n', room);
+        const std::size_t size = feed ? static_cast<const char*>(feed) - start + 1 : room;
+        m_begin += size;
+        first = start;
+        const void* nul = std::memchr(start, '\0', size);
+        last = nul ? static_cast<const char*>(nul) : start + size;
+        return true;
+    }
+
+private:
+    // On the stack: a heap block this size would be taken and given back for every file.
+    static constexpr std::size_t kBlock = 1 << 14;
+
+    void refill() {
+        std::memmove(m_block, m_block + m_begin, m_end - m_begin);
+        m_end -= m_begin;
+        m_begin = 0;
+        while (m_end < kBlock && !m_ended) {
+            const std::size_t got = std::fread(m_block + m_end, 1, kBlock - m_end, m_file);
+            m_end += got;
+            if (got == 0) m_ended = true;
+        }
+    }
+
+    std::FILE* m_file;
+    char m_block[kBlock];
+    std::size_t m_begin = 0;
+    std::size_t m_end = 0;
+    bool m_ended = false;
+};
+
+bool isBlank(char c) {
+    return c == ' ' || c == '\t' || c == '\n';
+}
+
+const char* find(const char* first, const char* last, char c) {
+    const void* at = std::memchr(first, c, static_cast<std::size_t>(last - first));
+    return at ? static_cast<const char*>(at) : nullptr;
+}
+
+}  // namespace
+
 bool xmlreader::ReadFile() {
     if (m_file) std::fclose(m_file);
     m_file = std::fopen(m_docName.c_str(), "r+");
     if (!m_file) return false;
-    char buffer[kLineBuffer];
-    while (std::fgets(buffer, kLineBuffer, m_file)) {
-        if (!ProcessString(EatupWhiteSpace(buffer))) {
+    // The pieces' block is the only buffer: stdio's own would be one more copy and one more
+    // allocation per file.
+    std::setvbuf(m_file, nullptr, _IONBF, 0);
+    LinePieces pieces(m_file);
+    const char* first = nullptr;
+    const char* last = nullptr;
+    while (pieces.next(first, last)) {
+        // EatupWhiteSpace without the copies.
+        while (first != last && isBlank(*first)) ++first;
+        while (last != first && isBlank(last[-1])) --last;
+        if (!processLine(first, last)) {
             DeleteAll();
             return false;
         }
@@ -208,34 +340,39 @@ bool xmlreader::ReadFile() {
 }
 
 bool xmlreader::ProcessString(std::string line) {
-    if (line.empty() || line[0] != '<') return false;
-    if (line.size() > 1 && (line[1] == '!' || line[1] == '?')) return true;
-    if (line.size() > 1 && line[1] == '/') {
+    return processLine(line.data(), line.data() + line.size());
+}
+
+bool xmlreader::processLine(const char* line, const char* end) {
+    const std::size_t size = static_cast<std::size_t>(end - line);
+    if (size == 0 || line[0] != '<') return false;
+    if (size > 1 && (line[1] == '!' || line[1] == '?')) return true;
+    if (size > 1 && line[1] == '/') {
         if (!m_current) return false;
         m_current->ResetNodeCntr();
         m_current = m_current->GetParentNode();
         return true;
     }
-    const std::string text = line.substr(1);
-    const std::string name = text.substr(0, text.find_first_of(" \t>"));
-    const std::size_t open = text.find('<');
-    if (open == std::string::npos) {
+    const char* text = line + 1;
+    const char* nameEnd = text;
+    while (nameEnd != end && *nameEnd != ' ' && *nameEnd != '\t' && *nameEnd != '>') ++nameEnd;
+    std::string name(text, nameEnd);
+    if (!find(text, end, '<')) {
         if (!m_root) {
-            m_root = std::make_unique<xmlreaderNode>(name, nullptr);
+            m_root = std::make_unique<xmlreaderNode>(std::move(name), nullptr);
             m_current = m_root.get();
         } else if (m_current) {
-            m_current = m_current->AddChildNode(name);
+            m_current = m_current->AddChildNode(std::move(name));
         } else {
             return false;  // a second element at the top
         }
         return true;
     }
     if (!m_current) return false;
-    const std::size_t close = text.find('>');
-    const std::size_t start = close == std::string::npos ? 0 : close + 1;
-    std::size_t end = text.find('<', start);
-    if (end == std::string::npos) end = text.size();
-    m_current->AddElementVal(name, text.substr(start, end - start));
+    const char* close = find(text, end, '>');
+    const char* start = close ? close + 1 : text;
+    const char* valueEnd = find(start, end, '<');
+    m_current->AddElementVal(std::move(name), std::string(start, valueEnd ? valueEnd : end));
     return true;
 }
 

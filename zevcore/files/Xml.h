@@ -47,14 +47,17 @@ public:
 
 private:
     void startLine();
-    std::string takeAttributes();
+    void appendAttributes();
     void openTag(const std::string& name, const char* useDefault);
+    void flush();
 
     std::string m_fileName;
     std::vector<std::string> m_attributes;  // value, name, value, name ...
     std::FILE* m_file = nullptr;
     int m_depth = 0;
     std::vector<std::string> m_openTags;
+    /// Text not yet handed to the file.
+    std::string m_out;
 };
 
 /// An element that has child elements, as the reader builds it. Leaf elements (text on the
@@ -126,6 +129,8 @@ public:
     void DeleteAll();
 
 private:
+    bool processLine(const char* line, const char* end);
+
     std::string m_docName;
     std::string m_rootName;
     std::unique_ptr<xmlreaderNode> m_root;
