@@ -153,8 +153,7 @@ std::vector<Case> expressionCases() {
         {"expression-eval", "zevcore", zevEvaluate},
         {"expression-parse-eval", "zevcore", zevParseEvaluate},
         {"entry-kN", "zevcore", [] { return zevEntry(UNIT_FORCE, "12.5 kN"); }},
-        {"entry-feet-inches", "zevcore",
-         [] { return zevEntry(UNIT_LENGTH_LARGE, "5' 6 1/2\""); }},
+        {"entry-feet-inches", "zevcore", [] { return zevEntry(UNIT_LENGTH_LARGE, "5' 6 1/2\""); }},
     };
 #ifdef ZEV_HAVE_MUPARSER
     cases.push_back({"expression-eval", "muparser", [] { return muEvaluate(true); }});

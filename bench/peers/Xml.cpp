@@ -27,8 +27,8 @@ constexpr int kGroups = 1000;
 
 std::string scratch(const char* name) {
     const char* tmp = std::getenv("TMPDIR");
-    return std::string(tmp && *tmp ? tmp : "/tmp") + "/compare_peers_" +
-           std::to_string(getpid()) + "_" + name;
+    return std::string(tmp && *tmp ? tmp : "/tmp") + "/compare_peers_" + std::to_string(getpid()) +
+           "_" + name;
 }
 
 // Removes the file when the last copy of the step goes.
