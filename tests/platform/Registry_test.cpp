@@ -3,7 +3,12 @@
 #include <gtest/gtest.h>
 #include <pwd.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
 
 #include <cstring>
 #include <filesystem>
@@ -346,8 +351,118 @@ TEST(RegistryFile, ABatchIsOneTransaction) {
         EXPECT_EQ(set("c"), ERROR_SUCCESS);
     }
     EXPECT_FALSE(has(store, "c"));
+    {
+        CZEVSettingsBatch outer;
+        EXPECT_EQ(set("d"), ERROR_SUCCESS);
+        {
+            CZEVSettingsBatch inner;  // ended without its commit: only its own write goes
+            EXPECT_EQ(set("e"), ERROR_SUCCESS);
+        }
+        EXPECT_EQ(outer.Commit(), ERROR_SUCCESS);
+    }
+    EXPECT_TRUE(has(other, "d"));
+    EXPECT_FALSE(has(other, "e"));
     RegCloseKey(key);
     ZEVInstallSettingsStore(previous);
+}
+
+TEST(RegistryFile, ASnapshotSeesAnotherWritersBatchWholeOrNotAtAll) {
+    zevtest::TempDir dir;
+    CZEVFileSettingsStore reader(dir.file("registry.db").c_str());
+    CZEVFileSettingsStore writer(dir.file("registry.db").c_str());
+    IZEVSettingsStore::KeyId key = 0;
+    bool created = false;
+    ASSERT_EQ(writer.OpenKey(2, {"Software", "ZEV"}, true, key, created), ERROR_SUCCESS);
+    auto put = [&](const char* name, const char* text) {
+        return writer.SetValue(key, {name, REG_SZ, text});
+    };
+    auto get = [&](const char* name) {
+        ZEVStoredValue value;
+        reader.QueryValue(key, name, value);
+        return value.data;
+    };
+    ASSERT_EQ(put("a", "1"), ERROR_SUCCESS);
+    ASSERT_EQ(put("b", "1"), ERROR_SUCCESS);
+
+    ASSERT_EQ(reader.BeginSnapshot(), ERROR_SUCCESS);
+    EXPECT_EQ(get("a"), "1");
+    ASSERT_EQ(writer.BeginBatch(), ERROR_SUCCESS);
+    put("a", "2");
+    put("b", "2");
+    ASSERT_EQ(writer.EndBatch(true), ERROR_SUCCESS);
+    EXPECT_EQ(get("b"), "1") << "half of another writer's batch";
+    EXPECT_EQ(reader.SetValue(key, {"c", REG_SZ, "1"}), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(reader.BeginBatch(), ERROR_ACCESS_DENIED);
+    EXPECT_EQ(reader.EndSnapshot(), ERROR_SUCCESS);
+    EXPECT_EQ(get("a") + get("b"), "22");
+    EXPECT_EQ(reader.EndSnapshot(), ERROR_INVALID_PARAMETER);
+
+    // Inside a batch a snapshot changes nothing: the batch's own writes are read.
+    ASSERT_EQ(reader.BeginBatch(), ERROR_SUCCESS);
+    ASSERT_EQ(reader.BeginSnapshot(), ERROR_SUCCESS);
+    EXPECT_EQ(reader.SetValue(key, {"a", REG_SZ, "3"}), ERROR_SUCCESS);
+    EXPECT_EQ(get("a"), "3");
+    EXPECT_EQ(reader.EndSnapshot(), ERROR_SUCCESS);
+    EXPECT_EQ(reader.EndBatch(true), ERROR_SUCCESS);
+}
+
+// The commit of a write that found the disk full was not checked by its callers. Every write
+// path now answers the failure (a file-size limit stands in for the full disk), and nothing
+// of the write lands.
+TEST(SettingsStoreRegression, AFullDiskFailsTheWriteAndKeepsTheOldValue) {
+    zevtest::TempDir dir;
+    const std::string path = dir.file("registry.db");
+    IZEVSettingsStore::KeyId key = 0;
+    {
+        CZEVFileSettingsStore store(path.c_str());
+        bool created = false;
+        ASSERT_EQ(store.OpenKey(2, {"Software", "ZEV"}, true, key, created), ERROR_SUCCESS);
+        ASSERT_EQ(store.SetValue(key, {"v", REG_SZ, "old"}), ERROR_SUCCESS);
+    }
+    int answers[2];
+    ASSERT_EQ(pipe(answers), 0);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead of killing
+        CZEVFileSettingsStore store(path.c_str());
+        ZEVStoredValue value;
+        store.QueryValue(key, "v", value);  // the shared-memory file is made at its size
+        const rlimit limit{64 * 1024, 64 * 1024};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const std::string big(200000, 'x');
+        const LSTATUS alone = store.SetValue(key, {"v", REG_SZ, big});
+        const LSTATUS begun = store.BeginBatch();
+        const LSTATUS small = store.SetValue(key, {"w", REG_SZ, "new"});
+        store.SetValue(key, {"v", REG_SZ, big});
+        const LSTATUS committed = store.EndBatch(true);
+        const std::string line = std::to_string(alone) + " " + std::to_string(begun) + " " +
+                                 std::to_string(small) + " " + std::to_string(committed);
+        [[maybe_unused]] ssize_t written = write(answers[1], line.data(), line.size());
+        _exit(0);
+    }
+    close(answers[1]);
+    char line[64] = {};
+    [[maybe_unused]] ssize_t got = read(answers[0], line, sizeof line - 1);
+    close(answers[0]);
+    waitpid(child, nullptr, 0);
+    LSTATUS alone = 0, begun = 0, small = 0, committed = 0;
+    ASSERT_EQ(std::sscanf(line, "%d %d %d %d", &alone, &begun, &small, &committed), 4) << line;
+    const auto failedForTheDisk = [](LSTATUS s) {
+        return s == ERROR_DISK_FULL || s == ERROR_CANTWRITE;
+    };
+    EXPECT_PRED1(failedForTheDisk, alone);
+    EXPECT_EQ(begun, ERROR_SUCCESS);
+    EXPECT_EQ(small, ERROR_SUCCESS);
+    EXPECT_PRED1(failedForTheDisk, committed);
+
+    CZEVFileSettingsStore store(path.c_str());
+    ZEVStoredValue value;
+    ASSERT_EQ(store.QueryValue(key, "v", value), ERROR_SUCCESS);
+    EXPECT_EQ(value.data, "old");
+    EXPECT_EQ(store.QueryValue(key, "w", value), ERROR_FILE_NOT_FOUND);
+    std::string report;
+    EXPECT_TRUE(store.CheckIntegrity(report)) << report;
 }
 
 TEST(RegistryFile, LocationFollowsTheEnvironment) {

@@ -8,9 +8,12 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "support/ExpectMessage.h"
 #include "support/ScopedStore.h"
+#include "zevcore/platform/Archive.h"
+#include "zevcore/platform/Array.h"
 #include "zevcore/platform/Exception.h"
 #include "zevcore/platform/File.h"
 #include "zevcore/platform/Host.h"
@@ -361,6 +364,179 @@ TEST(PreferenceManager, AWriterKilledMidwayLeavesAWholeTree) {
         EXPECT_EQ(t.span().GetValue(), v) << "round " << round;
         EXPECT_EQ(t.title().GetString(), v ? "one" : "zero") << "round " << round;
     }
+}
+
+}  // namespace
+
+namespace {
+
+// A store that fails on demand, as a full disk would: a write answers ERROR_DISK_FULL and
+// changes nothing, or a batch's commit does and keeps nothing.
+class FailingStore : public IZEVSettingsStore {
+public:
+    explicit FailingStore(IZEVSettingsStore& inner) : m_inner(inner) {}
+    bool failWrites = false;
+    bool failCommit = false;
+
+    KeyId RootKey(HKEY root) override { return m_inner.RootKey(root); }
+    bool IsWritable(KeyId key) override { return m_inner.IsWritable(key); }
+    LSTATUS OpenKey(KeyId parent, const std::vector<std::string>& parts, bool create, KeyId& key,
+                    bool& created) override {
+        return m_inner.OpenKey(parent, parts, create, key, created);
+    }
+    LSTATUS QueryValue(KeyId key, const std::string& name, ZEVStoredValue& value) override {
+        return m_inner.QueryValue(key, name, value);
+    }
+    LSTATUS SetValue(KeyId key, const ZEVStoredValue& value) override {
+        return failWrites ? ERROR_DISK_FULL : m_inner.SetValue(key, value);
+    }
+    LSTATUS DeleteValue(KeyId key, const std::string& name) override {
+        return m_inner.DeleteValue(key, name);
+    }
+    LSTATUS DeleteKey(KeyId key, bool tree, bool keepKey) override {
+        return m_inner.DeleteKey(key, tree, keepKey);
+    }
+    LSTATUS SubKeys(KeyId key, std::vector<std::string>& names) override {
+        return m_inner.SubKeys(key, names);
+    }
+    LSTATUS Values(KeyId key, std::vector<ZEVStoredValue>& values) override {
+        return m_inner.Values(key, values);
+    }
+    LSTATUS WriteTime(KeyId key, std::int64_t& ms) override { return m_inner.WriteTime(key, ms); }
+    LSTATUS BeginBatch() override { return m_inner.BeginBatch(); }
+    LSTATUS EndBatch(bool commit) override {
+        if (!commit || !failCommit) return m_inner.EndBatch(commit);
+        m_inner.EndBatch(false);
+        return ERROR_DISK_FULL;
+    }
+
+private:
+    IZEVSettingsStore& m_inner;
+};
+
+// A manager that read the store, then wrote every item back, undid what other processes had
+// stored in between: a write now stores what changed here, and what the store lacks.
+TEST(PreferenceManagerRegression, AWriteStoresOnlyWhatChangedHere) {
+    zevtest::ScopedStore store;
+    Tree first("Shared"), second("Shared");
+    ASSERT_EQ(first.manager.ReadPreferencesFromRegistry(), 1);
+    ASSERT_EQ(second.manager.ReadPreferencesFromRegistry(), 1);
+    first.decimals().SetValue(5);
+    ASSERT_EQ(first.manager.WritePreferencesToRegistry(), 1);
+    second.title().SetString("Portal");
+    ASSERT_EQ(second.manager.WritePreferencesToRegistry(), 1);
+
+    Tree fresh("Shared");
+    ASSERT_EQ(fresh.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_EQ(fresh.decimals().GetValue(), 5);
+    EXPECT_EQ(fresh.title().GetString(), "Portal");
+    EXPECT_EQ(fresh.span().GetValue(), 120.0);  // every item is in the store after a write
+
+    // A value that went missing is put back even when unchanged here.
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\ZEV\\Shared\\Units\\Style", 0,
+                            KEY_ALL_ACCESS, &key),
+              ERROR_SUCCESS);
+    ASSERT_EQ(RegDeleteValueA(key, "Span"), ERROR_SUCCESS);
+    ASSERT_EQ(second.manager.WritePreferencesToRegistry(), 1);
+    DWORD size = 0;
+    EXPECT_EQ(RegQueryValueExA(key, "Span", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
+    RegCloseKey(key);
+}
+
+TEST(PreferenceManager, WritersSideBySideLoseNothing) {
+    zevtest::ScopedStore store;
+    constexpr int kWriters = 4, kRounds = 8;
+    std::vector<pid_t> children;
+    for (int w = 0; w < kWriters; ++w) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            CZEVFileSettingsStore own(store.path().c_str());
+            ZEVInstallSettingsStore(&own);
+            Tree t("Busy");
+            bool ok = t.manager.ReadPreferencesFromRegistry() == 1;
+            for (int round = 1; round <= kRounds; ++round) {
+                // Each writer owns one item and writes it as the studio does, tree and all.
+                if (w == 0) t.decimals().SetValue(round % 8);
+                if (w == 1) t.span().SetValue(round);
+                if (w == 2) t.title().SetString(CString("round ") + std::to_string(round).c_str());
+                if (w == 3)
+                    static_cast<CColorPreference*>(t.manager.GetPreference(3))
+                        ->SetupValueFromRegData(reinterpret_cast<unsigned char*>(&round), 4);
+                ok = t.manager.WritePreferencesToRegistry() == 1 && ok;
+            }
+            _exit(ok ? 0 : 1);
+        }
+        children.push_back(child);
+    }
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    Tree t("Busy");
+    ASSERT_EQ(t.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_EQ(t.decimals().GetValue(), kRounds % 8);
+    EXPECT_EQ(t.span().GetValue(), kRounds);
+    EXPECT_EQ(t.title().GetString(), "round 8");
+    EXPECT_EQ(static_cast<CColorPreference*>(t.manager.GetPreference(3))->GetColor(),
+              static_cast<COLORREF>(kRounds));
+}
+
+// A failed value write or commit was ignored and the write answered 1 with nothing stored.
+TEST(PreferenceManagerRegression, AFailedCommitIsReportedAndStoresNothing) {
+    zevtest::ScopedStore scoped;
+    FailingStore failing(scoped.store());
+    IZEVSettingsStore* previous = ZEVInstallSettingsStore(&failing);
+    Tree t("Full");
+    ASSERT_EQ(t.manager.WritePreferencesToRegistry(), 1);
+    const struct { bool failWrites, failCommit; } cases[] = {{true, false}, {false, true}};
+    for (const auto& c : cases) {
+        failing.failWrites = c.failWrites;
+        failing.failCommit = c.failCommit;
+        t.decimals().SetValue(6);
+        t.title().SetString("lost?");
+        EXPECT_EQ(t.manager.WritePreferencesToRegistry(), 0);
+        EXPECT_EQ(t.manager.LastStoreStatus(), ERROR_DISK_FULL);
+        Tree reader("Full");
+        ASSERT_EQ(reader.manager.ReadPreferencesFromRegistry(), 1);
+        EXPECT_EQ(reader.decimals().GetValue(), 2) << "nothing of a failed write lands";
+        EXPECT_EQ(reader.title().GetString(), "Frame");
+    }
+    // Once the store works again, the next write stores the changes the failed one held.
+    failing.failWrites = failing.failCommit = false;
+    EXPECT_EQ(t.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_EQ(t.manager.LastStoreStatus(), ERROR_SUCCESS);
+    Tree reader("Full");
+    reader.manager.ReadPreferencesFromRegistry();
+    EXPECT_EQ(reader.decimals().GetValue(), 6);
+    EXPECT_EQ(reader.title().GetString(), "lost?");
+    ZEVInstallSettingsStore(previous);
+}
+
+// An archive may refer to an object it holds already; the cleanup deleted such an item twice.
+TEST(PreferenceManagerRegression, AnItemReferredToTwiceIsDeletedOnce) {
+    Tree t("App");
+    const std::string bytes = archived([&](CArchive& ar) {
+        ar << 1;  // the old form, whose items are read and dropped
+        ar << 0 << 0;
+        CArray<int, int> keys;
+        keys.Serialize(ar);
+        CObArray items;
+        items.Add(t.manager.GetPreference(1));
+        items.Add(t.manager.GetPreference(1));
+        items.Serialize(ar);
+    });
+    load(bytes, [&](CArchive& ar) { t.manager.Serialize(ar); });
+    EXPECT_EQ(t.manager.GetPreference(1)->GetName(), "Decimals");
+
+    CObArray twice;
+    twice.Add(new CIntPreference("Once", 0, 0, 1, 0));
+    twice.Add(twice[0]);
+    twice.Add(nullptr);
+    DeleteArchivedObjects(twice);
+    EXPECT_EQ(twice.GetSize(), 0);
 }
 
 }  // namespace

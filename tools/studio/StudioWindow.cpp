@@ -30,6 +30,7 @@
 #include "tools/zevcore/Output.h"
 #include "tools/zevcore/PrefsTree.h"
 #include "tools/zevcore/RenderIo.h"
+#include "tools/zevcore/StoreOption.h"
 #include "zevcore-qt/GridView.h"
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtConvert.h"
@@ -320,7 +321,7 @@ bool StudioWindow::OpenFile(const QString& path) {
     addRecent(path);
     if (auto* last = preference<CFilePreference>(*m_preferences, zevtool::kPrefLastFile)) {
         last->SetFile(zevqt::toCString(path));
-        m_preferences->WritePreferencesToRegistry();
+        savePreferences();
     }
     setWindowTitle(QString("%1 - ZEVCore Studio").arg(QFileInfo(path).fileName()));
     setStatus(tr("Opened %1: %2 loop(s), %3 constraint point(s)")
@@ -557,9 +558,24 @@ void StudioWindow::OfferRecovery() {
 
 void StudioWindow::ShowPreferences() {
     if (m_meshing) return;
+    // Shown as they stand now: another program may have changed some since they were read.
+    m_preferences->ReadPreferencesFromRegistry();
     CZEVQtPreferencesDialog dialog(*m_preferences, this);
     dialog.exec();
+    // The dialog stores what changed as it closes.
+    if (m_preferences->LastStoreStatus() != ERROR_SUCCESS)
+        storeFailed(tr("The preferences"), m_preferences->LastStoreStatus());
     ApplyPreferences();
+}
+
+void StudioWindow::savePreferences() {
+    if (!m_preferences->WritePreferencesToRegistry())
+        storeFailed(tr("The preferences"), m_preferences->LastStoreStatus());
+}
+
+void StudioWindow::storeFailed(const QString& what, LSTATUS status) {
+    error(tr("%1 could not be saved: %2.")
+              .arg(what, QString::fromStdString(zevtool::storeStatusText(status))));
 }
 
 void StudioWindow::ApplyPreferences() {
@@ -592,7 +608,7 @@ void StudioWindow::chooseUnits() {
     if (Units::customizeDialog() != IDOK) return;
     if (auto* style = preference<CListPreference>(*m_preferences, zevtool::kPrefUnitStyle))
         style->SetSelection(Units::currentStyle());
-    m_preferences->WritePreferencesToRegistry();
+    savePreferences();
     ApplyPreferences();
 }
 
@@ -648,21 +664,28 @@ QStringList StudioWindow::RecentFiles() const {
 }
 
 void StudioWindow::addRecent(const QString& path) {
+    // Read, changed and written in one transaction, so that a studio beside this one loses
+    // no file it added meanwhile.
+    CZEVSettingsBatch batch;
     QStringList files = RecentFiles();
     const QString full = QFileInfo(path).absoluteFilePath();
     files.removeAll(full);
     files.prepend(full);
     while (files.size() > kRecentCount) files.removeLast();
     HKEY key = nullptr;
-    if (RegCreateKeyA(HKEY_CURRENT_USER, kRecentKey, &key) != ERROR_SUCCESS) return;
-    for (int i = 0; i < files.size(); ++i) {
+    LSTATUS status = batch.Status();
+    if (status == ERROR_SUCCESS) status = RegCreateKeyA(HKEY_CURRENT_USER, kRecentKey, &key);
+    for (int i = 0; status == ERROR_SUCCESS && i < files.size(); ++i) {
         char name[16];
         std::snprintf(name, sizeof name, "File%d", i + 1);
         const QByteArray value = files[i].toUtf8();
-        RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.constData()),
-                       static_cast<DWORD>(value.size() + 1));
+        status =
+            RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.constData()),
+                           static_cast<DWORD>(value.size() + 1));
     }
-    RegCloseKey(key);
+    if (key) RegCloseKey(key);
+    if (status == ERROR_SUCCESS) status = batch.Commit();
+    if (status != ERROR_SUCCESS) storeFailed(tr("The list of recent files"), status);
     rebuildRecentMenu();
 }
 

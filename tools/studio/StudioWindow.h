@@ -105,6 +105,9 @@ private:
     void chooseUnits();
     void showRegion();
     void addRecent(const QString& path);
+    /// Stores the preferences changed here; a store that fails is reported, never ignored.
+    void savePreferences();
+    void storeFailed(const QString& what, LSTATUS status);
     void rebuildRecentMenu();
     void setStatus(const QString& text);
     void error(const QString& text);

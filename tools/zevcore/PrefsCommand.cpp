@@ -5,6 +5,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@
 #include "zevcore/platform/Host.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/settings/PreferenceItem.h"
+#include "zevcore/settings/PreferenceManager.h"
 
 namespace {
 
@@ -33,14 +35,16 @@ const char* const kHelp =
     "\n"
     "Reads and changes the preferences of the library's applications, stored under\n"
     "HKEY_CURRENT_USER\\Software\\ZEV\\KEY\\CATEGORY\\GROUP. A change is in the store, for\n"
-    "every other process, when the command ends.\n"
+    "every other process, when the command ends; set and import change only what they\n"
+    "name, in one transaction, so commands run side by side lose nothing of each other's.\n"
     "\n"
     "list prints each preference as PATH, TAB, KIND, TAB, VALUE, where PATH is\n"
     "CATEGORY\\GROUP\\NAME and a quantity shows in the current unit style. get prints the\n"
     "value alone. NAME is an item's name (case does not matter) or its whole PATH.\n"
     "\n"
     "set checks VALUE as the preferences grid does, with the item's own rules and\n"
-    "messages: a quantity takes what a units field takes (\"12'6\\\"\", \"3.5 m\", \"2*6 in\")\n"
+    "messages: an integer takes a whole number only; a quantity takes what a units field takes "
+    "(\"12'6\\\"\", \"3.5 m\", \"2*6 in\")\n"
     "and is stored in the internal unit; a list takes one of its items, exactly; bools take\n"
     "on/off, yes/no, true/false or 1/0; colours R:r G:g B:b, r,g,b or #rrggbb; fonts\n"
     "\"FACE, SIZE pt[, bold][, italic]\".\n"
@@ -54,8 +58,9 @@ const char* const kHelp =
     "  --store FILE  use this store file instead of the user's\n"
     "  -h, --help    show this help and exit\n"
     "\n"
-    "Exit status: 0 on success, 1 when the store or a file fails, 2 on bad usage or a value\n"
-    "the preference refuses.\n";
+    "Exit status: 0 on success, 1 when the store or a file fails (a store that is a folder\n"
+    "or no store, a full disk: nothing is changed then), 2 on bad usage or a value the\n"
+    "preference refuses.\n";
 
 std::string pathOf(const CPreferenceManager& m, int key) {
     for (int c = 0; c < m.GetNumCategories(); ++c) {
@@ -104,7 +109,19 @@ std::string exported(CPreferenceManager& m) {
     return file.Contents();
 }
 
-int import(CPreferenceManager& m, const std::string& path) {
+[[noreturn]] void storeFailed(const char* doing, LSTATUS status) {
+    throw std::runtime_error(std::string("the store cannot be ") + doing + ": " +
+                             storeStatusText(status) + "; nothing was changed");
+}
+
+// Stores what changed and commits the command's transaction; throws when either fails.
+void write(CPreferenceManager& m, CZEVSettingsBatch& batch) {
+    if (!m.WritePreferencesToRegistry()) storeFailed("written", m.LastStoreStatus());
+    if (const LSTATUS committed = batch.Commit(); committed != ERROR_SUCCESS)
+        storeFailed("written", committed);
+}
+
+int import(CPreferenceManager& m, const std::string& path, CZEVSettingsBatch& batch) {
     CFile file;
     CFileException error;
     if (!file.Open(path.c_str(), CFile::modeRead, &error))
@@ -124,9 +141,7 @@ int import(CPreferenceManager& m, const std::string& path) {
     CObArray items;
     struct Owner {
         CObArray& items;
-        ~Owner() {
-            for (CObject* o : items) delete o;
-        }
+        ~Owner() { DeleteArchivedObjects(items); }
     } owner{items};
     try {
         shape->Serialize(ar);
@@ -145,7 +160,7 @@ int import(CPreferenceManager& m, const std::string& path) {
         mine->SetupValueFromRegData(bytes.data(), static_cast<DWORD>(bytes.size()));
         ++taken;
     }
-    if (!m.WritePreferencesToRegistry()) throw std::runtime_error("the store cannot be written");
+    write(m, batch);
     std::cout << "imported " << taken << " of " << keys.size() << " preferences\n";
     return kSuccess;
 }
@@ -164,9 +179,18 @@ int run(const std::vector<std::string>& args) {
     if (words.size() != wanted) throw UsageError("wrong number of arguments for '" + action + "'");
 
     const StoreOverride storeOverride(store);
+    requireReadableStore();
 
+    // A change is read, made and written in one transaction: a command run beside this one
+    // neither loses its own change to this one nor makes this one lose it.
+    std::optional<CZEVSettingsBatch> batch;
+    if (action == "set" || action == "import") {
+        batch.emplace();
+        if (batch->Status() != ERROR_SUCCESS) storeFailed("written", batch->Status());
+    }
     auto prefs = makeStudioPreferences(app.c_str());
-    if (!prefs->ReadPreferencesFromRegistry()) throw std::runtime_error("the store cannot be read");
+    if (!prefs->ReadPreferencesFromRegistry() || prefs->LastStoreStatus() != ERROR_SUCCESS)
+        storeFailed("read", prefs->LastStoreStatus());
     if (action == "list") return list(*prefs);
     if (action == "get") {
         std::cout << showPreference(find(*prefs, words[1])) << '\n';
@@ -179,8 +203,7 @@ int run(const std::vector<std::string>& args) {
             std::cerr << "zevcore prefs: " << item.GetName().GetString() << ": " << refused << '\n';
             return kUsage;
         }
-        if (!prefs->WritePreferencesToRegistry())
-            throw std::runtime_error("the store cannot be written");
+        write(*prefs, *batch);
         std::cout << showPreference(item) << '\n';
         return kSuccess;
     }
@@ -188,7 +211,7 @@ int run(const std::vector<std::string>& args) {
         writeOutput(words[1], exported(*prefs));
         return kSuccess;
     }
-    return import(*prefs, words[1]);
+    return import(*prefs, words[1], *batch);
 }
 
 }  // namespace

@@ -203,6 +203,9 @@ std::string setPreference(CPreferenceItem& item, const std::string& text) {
         static_cast<CFolderProperty*>(p)->folder_name(text.c_str());
         p->text(text.c_str());
     } else {
+        // The grid's integer entry reads like atoi, so "1.5" would be stored as 1: the tool
+        // takes a whole number only, then lets the property check its limits.
+        if (kind == "int" && !parseWhole(text)) return "'" + text + "' is not a whole number";
         // Typed entries go through the property's own check, as in the grid.
         CPropertyGrid grid;
         grid.CreateGrid();

@@ -41,7 +41,8 @@ std::string preferenceKind(const CPreferenceItem& item);
 /// The committed value as a user reads it (a quantity in the current unit style).
 std::string showPreference(const CPreferenceItem& item);
 /// Sets the committed value from a user's text, checked by the item's own property: answers
-/// "" when accepted, else the property's message. Bools take on/off, yes/no, true/false, 1/0;
+/// "" when accepted, else the property's message. Integers take a whole number only; bools
+/// take on/off, yes/no, true/false, 1/0;
 /// colours "R:r G:g B:b", "r,g,b" or "#rrggbb"; fonts "FACE, SIZE pt[, bold][, italic]".
 std::string setPreference(CPreferenceItem& item, const std::string& text);
 

@@ -55,31 +55,8 @@ const char* const kHelp =
     "Exit status: 0 on success, 1 when the key or value is missing or the store fails,\n"
     "2 on bad usage.\n";
 
-std::string statusText(LSTATUS status) {
-    switch (status) {
-        case ERROR_FILE_NOT_FOUND:
-            return "not found";
-        case ERROR_ACCESS_DENIED:
-            return "access denied (read-only root, or a key with subkeys)";
-        case ERROR_BAD_PATHNAME:
-            return "bad key path";
-        case ERROR_INVALID_PARAMETER:
-            return "name too long";
-        case ERROR_BUSY:
-            return "the store stayed busy";
-        case ERROR_BADDB:
-            return "the store cannot be opened";
-        case ERROR_CANTWRITE:
-            return "the store cannot be written";
-        case ERROR_KEY_DELETED:
-            return "the key was deleted";
-        default:
-            return "error " + std::to_string(status);
-    }
-}
-
 int fail(const std::string& what, LSTATUS status) {
-    std::cerr << "zevcore reg: " << what << ": " << statusText(status) << "\n";
+    std::cerr << "zevcore reg: " << what << ": " << storeStatusText(status) << "\n";
     return kFailure;
 }
 
@@ -278,6 +255,10 @@ int set(const std::string& keyArg, const std::string& name, const std::string& t
         throw UsageError("'" + text + "' is no " + type + " value");
     std::string path = keyArg;
     HKEY root = rootOf(path);
+    // Most likely an empty shell variable: a root itself holds no settings of ours.
+    if (path.empty())
+        throw UsageError(keyArg.empty() ? "KEY is empty: name a key, such as 'Software\\ZEV'"
+                                        : "'" + keyArg + "' is a root: name a key below it");
     HKEY key = nullptr;
     LSTATUS status =
         RegCreateKeyExA(root, path.c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr);

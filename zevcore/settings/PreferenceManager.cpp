@@ -1,5 +1,7 @@
 #include "zevcore/settings/PreferenceManager.h"
 
+#include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "zevcore/platform/Archive.h"
@@ -30,13 +32,25 @@ private:
     HKEY m_key = nullptr;
 };
 
-bool openForRead(HKEY parent, const char* name, OpenKey& key) {
-    return RegOpenKeyExA(parent, name, 0, KEY_READ, key.put()) == ERROR_SUCCESS;
+LSTATUS openForRead(HKEY parent, const char* name, OpenKey& key) {
+    return RegOpenKeyExA(parent, name, 0, KEY_READ, key.put());
 }
 
-bool openForWrite(HKEY parent, const char* name, OpenKey& key) {
+LSTATUS openForWrite(HKEY parent, const char* name, OpenKey& key) {
     return RegCreateKeyExA(parent, name, 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS,
-                           nullptr, key.put(), nullptr) == ERROR_SUCCESS;
+                           nullptr, key.put(), nullptr);
+}
+
+// A name the store cannot hold fails the one key or value it names, which is skipped; any
+// other failure is the store's own and ends the write.
+bool isStoreFailure(LSTATUS status) {
+    return status != ERROR_SUCCESS && status != ERROR_INVALID_PARAMETER &&
+           status != ERROR_BAD_PATHNAME && status != ERROR_ACCESS_DENIED;
+}
+
+std::string bytesOf(const CPreferenceItem& item) {
+    const auto* data = reinterpret_cast<const char*>(item.GetRegData());
+    return data ? std::string(data, item.GetRegDataSize()) : std::string();
 }
 
 void serializeRecords(CArchive& ar, std::vector<TPreferenceCategory>& records) {
@@ -68,6 +82,14 @@ void serializeRecords(CArchive& ar, std::vector<TPreferenceCategory>& records) {
 }
 
 }  // namespace
+
+void DeleteArchivedObjects(CObArray& objects) {
+    // An archive may refer to one object from several places: each is deleted once.
+    std::unordered_set<CObject*> deleted;
+    for (CObject* o : objects)
+        if (o && deleted.insert(o).second) delete o;
+    objects.RemoveAll();
+}
 
 CPreferenceManager::CPreferenceManager(unsigned int imageResource, CString key)
     : m_imageResource(imageResource), m_key(std::move(key)) {}
@@ -129,32 +151,63 @@ CImageList& CPreferenceManager::GetCategoryImageList() {
 
 int CPreferenceManager::ReadPreferencesFromRegistry() {
     if (!m_initialReadDone) OnInitialRegistryRead();
+    m_storeStatus = ERROR_SUCCESS;
+    // One snapshot: a change another process commits meanwhile is read whole or not at all.
+    CZEVSettingsSnapshot snapshot;
     OpenKey app;
     const CString path = "Software\\ZEV\\" + m_key;
-    if (!openForRead(HKEY_CURRENT_USER, path, app)) return 1;
+    const LSTATUS opened = openForRead(HKEY_CURRENT_USER, path, app);
+    if (opened != ERROR_SUCCESS) {
+        if (opened == ERROR_FILE_NOT_FOUND) {
+            // Nothing stored yet: the defaults are what this manager and the store agree on.
+            for (const auto& [key, item] : m_preferences) m_synced[key] = bytesOf(*item);
+        } else {
+            m_storeStatus = opened;
+        }
+        return 1;
+    }
     bool failed = false;
+    // One buffer for every value, grown for a larger one; a byte to spare past the data
+    // ends a text that was stored without its NUL.
+    std::vector<unsigned char> data(256);
     for (const TPreferenceCategory& category : m_categories) {
         OpenKey categoryKey;
-        if (!openForRead(app.get(), category.name, categoryKey)) continue;
+        const bool categoryThere =
+            openForRead(app.get(), category.name, categoryKey) == ERROR_SUCCESS;
         for (int groupIndex : category.members) {
             const TPreferenceGroup* group = GetGroup(groupIndex);
             OpenKey groupKey;
-            if (!group || !openForRead(categoryKey.get(), group->name, groupKey)) continue;
-            for (int key : group->members) {
+            const bool groupThere =
+                categoryThere && group &&
+                openForRead(categoryKey.get(), group->name, groupKey) == ERROR_SUCCESS;
+            for (int key : group ? group->members : std::vector<int>()) {
                 CPreferenceItem* item = GetPreference(key);
                 if (!item) continue;
-                DWORD size = 0;
-                if (RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr, nullptr,
-                                     &size) != ERROR_SUCCESS)
-                    continue;  // not stored yet
-                std::vector<unsigned char> data(size + 1u, 0);
-                DWORD got = size;
-                if (RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr, data.data(),
-                                     &got) != ERROR_SUCCESS) {
-                    failed = true;
+                if (!groupThere) {
+                    m_synced[key] = bytesOf(*item);
                     continue;
                 }
+                // One query for most values; a value larger than the buffer is asked again.
+                DWORD got = static_cast<DWORD>(data.size() - 1);
+                LSTATUS status = RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr,
+                                                  data.data(), &got);
+                if (status == ERROR_MORE_DATA) {
+                    data.resize(static_cast<std::size_t>(got) + 1);
+                    status = RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr,
+                                              data.data(), &got);
+                }
+                if (status == ERROR_FILE_NOT_FOUND) {  // not stored yet
+                    m_synced[key] = bytesOf(*item);
+                    continue;
+                }
+                if (status != ERROR_SUCCESS) {
+                    failed = true;
+                    m_storeStatus = status;
+                    continue;
+                }
+                data[got] = 0;
                 item->SetupValueFromRegData(data.data(), got);
+                m_synced[key] = bytesOf(*item);
             }
         }
     }
@@ -167,27 +220,50 @@ int CPreferenceManager::ReadPreferencesFromRegistry() {
 
 int CPreferenceManager::WritePreferencesToRegistry() {
     // One transaction: a reader in another process sees all of an accepted change or none,
-    // and a writer killed midway leaves the store as it was.
+    // and a writer killed midway, or a commit that fails, leaves the store as it was.
     CZEVSettingsBatch batch;
+    m_storeStatus = batch.Status();
+    if (m_storeStatus != ERROR_SUCCESS) return 0;
     OpenKey app;
     const CString path = "Software\\ZEV\\" + m_key;
-    if (!openForWrite(HKEY_CURRENT_USER, path, app)) return 0;
+    if ((m_storeStatus = openForWrite(HKEY_CURRENT_USER, path, app)) != ERROR_SUCCESS) return 0;
+    std::map<int, std::string> written;
     for (const TPreferenceCategory& category : m_categories) {
         OpenKey categoryKey;
-        if (!openForWrite(app.get(), category.name, categoryKey)) continue;
+        LSTATUS status = openForWrite(app.get(), category.name, categoryKey);
+        if (isStoreFailure(status)) return m_storeStatus = status, 0;
+        if (status != ERROR_SUCCESS) continue;
         for (int groupIndex : category.members) {
             const TPreferenceGroup* group = GetGroup(groupIndex);
+            if (!group) continue;
             OpenKey groupKey;
-            if (!group || !openForWrite(categoryKey.get(), group->name, groupKey)) continue;
+            status = openForWrite(categoryKey.get(), group->name, groupKey);
+            if (isStoreFailure(status)) return m_storeStatus = status, 0;
+            if (status != ERROR_SUCCESS) continue;
             for (int key : group->members) {
                 const CPreferenceItem* item = GetPreference(key);
                 if (!item) continue;
-                RegSetValueExA(groupKey.get(), item->GetName(), 0, item->GetRegValueType(),
-                               item->GetRegData(), item->GetRegDataSize());
+                std::string bytes = bytesOf(*item);
+                const auto synced = m_synced.find(key);
+                if (synced != m_synced.end() && synced->second == bytes) {
+                    // Unchanged here since this manager and the store last agreed: what
+                    // another process stored since then stays. Only a missing value is put.
+                    DWORD size = 0;
+                    status = RegQueryValueExA(groupKey.get(), item->GetName(), nullptr, nullptr,
+                                              nullptr, &size);
+                    if (status == ERROR_SUCCESS) continue;
+                    if (status != ERROR_FILE_NOT_FOUND && isStoreFailure(status))
+                        return m_storeStatus = status, 0;
+                }
+                status = RegSetValueExA(groupKey.get(), item->GetName(), 0, item->GetRegValueType(),
+                                        item->GetRegData(), item->GetRegDataSize());
+                if (isStoreFailure(status)) return m_storeStatus = status, 0;
+                if (status == ERROR_SUCCESS) written[key] = std::move(bytes);
             }
         }
     }
-    batch.Commit();
+    if ((m_storeStatus = batch.Commit()) != ERROR_SUCCESS) return 0;
+    for (auto& [key, bytes] : written) m_synced[key] = std::move(bytes);
     return 1;
 }
 
@@ -221,10 +297,10 @@ void CPreferenceManager::Serialize(CArchive& ar) {
         try {
             items.Serialize(ar);
         } catch (...) {
-            for (CObject* o : items) delete o;
+            DeleteArchivedObjects(items);
             throw;
         }
-        for (CObject* o : items) delete o;
+        DeleteArchivedObjects(items);
     }
     OnFinishedLoadingFromSerialize();
 }

@@ -14,6 +14,7 @@
 // Interface thread only.
 
 #include <map>
+#include <string>
 #include <vector>
 
 #include "zevcore/Export.h"
@@ -22,7 +23,12 @@
 #include "zevcore/platform/String.h"
 
 class CArchive;
+class CObArray;
 class CPreferenceItem;
+
+/// Deletes the objects an archive's object array was read into, each once however often the
+/// archive referred to it, and empties the array.
+ZEVCORE_API void DeleteArchivedObjects(CObArray& objects);
 
 /// A category or a group: its name (also its key in the store), the resource id it was made
 /// with, and its members (a category's group indices, a group's preference keys).
@@ -62,9 +68,17 @@ public:
     const std::map<int, CPreferenceItem*>& Preferences() const { return m_preferences; }
 
     /// 1 when every stored value present could be read (or nothing is stored yet), else 0.
+    /// The reads are one snapshot of the store.
     int ReadPreferencesFromRegistry();
-    /// 0 when the application's key cannot be made, else 1.
+    /// Stores, in one transaction, each item whose committed value changed since the last
+    /// read or write, and each item the store does not hold: a value another process stored
+    /// meanwhile for an item unchanged here stays. 1 when that is in the store; 0, with
+    /// nothing of it stored, when the store failed (the application's key, the lock, a value
+    /// or the commit); a key or value whose name the store cannot hold is skipped.
     int WritePreferencesToRegistry();
+    /// What the store answered to the last read or write that failed, ERROR_SUCCESS when it
+    /// went through.
+    LSTATUS LastStoreStatus() const { return m_storeStatus; }
     void Serialize(CArchive& ar) override;
 
     virtual void OnInitialRegistryRead() {}
@@ -79,4 +93,8 @@ private:
     unsigned int m_imageResource;
     CString m_key;
     int m_initialReadDone = 0;
+    // Each item's stored form as this manager and the store last agreed on it (read, found
+    // missing, or written): what tells a change made here from one made elsewhere.
+    std::map<int, std::string> m_synced;
+    LSTATUS m_storeStatus = 0;
 };

@@ -6,12 +6,18 @@
 //   with a read first).
 // - busy_timeout alone still lets SQLITE_BUSY through under a saturated write load, so the
 //   opening and every transaction are retried until one overall deadline.
-// - A read is one read transaction, so it never sees half of another process's write.
+// - A read is one read transaction, so it never sees half of another process's write: a
+//   read of one statement is its own, a longer one is wrapped in BEGIN and COMMIT, and a
+//   snapshot (CZEVSettingsSnapshot) holds one across several calls.
 // - A read never changes a file: a store that does not exist yet is read as an empty one kept
 //   in memory, and the file (with its folder) is made by the first write; a database that is
 //   not a store is left exactly as it was.
-// - A batch (CZEVSettingsBatch) holds one write transaction across several calls; each call
-//   in it is a savepoint, so a refused call undoes only itself.
+// - A batch (CZEVSettingsBatch) holds one write transaction across several calls; each write
+//   in it is a savepoint of its own, so a refused call undoes only itself. When SQLite ends
+//   the transaction by itself (a full disk, an I/O error), the batch is marked failed: every
+//   later call in it is refused and its commit fails, so no write in it ever lands alone.
+// - Transaction control runs as statements prepared once: parsing BEGIN and COMMIT again on
+//   every call cost more than the read they wrapped.
 
 #include <pwd.h>
 #include <sqlite3.h>
@@ -79,7 +85,7 @@ void makeParentFolders(const std::string& path) {
 /// A prepared statement, reset and cleared when the scope ends so it can be used again.
 class Statement {
 public:
-    explicit Statement(sqlite3_stmt* stmt) : m_stmt(stmt) {}
+    Statement(sqlite3_stmt* stmt, int prepared) : m_stmt(stmt), m_prepared(prepared) {}
     ~Statement() {
         if (m_stmt) {
             sqlite3_reset(m_stmt);
@@ -103,8 +109,9 @@ public:
                           SQLITE_TRANSIENT);
         return *this;
     }
-    /// SQLITE_ROW, SQLITE_DONE or an error.
-    int step() { return m_stmt ? sqlite3_step(m_stmt) : SQLITE_ERROR; }
+    /// SQLITE_ROW, SQLITE_DONE or an error (the preparation's, when it failed).
+    int step() { return m_stmt ? sqlite3_step(m_stmt) : m_prepared; }
+    bool isNull(int col) { return sqlite3_column_type(m_stmt, col) == SQLITE_NULL; }
     std::int64_t integer(int col) { return sqlite3_column_int64(m_stmt, col); }
     std::string text(int col) {
         const void* p = sqlite3_column_blob(m_stmt, col);
@@ -114,6 +121,7 @@ public:
 
 private:
     sqlite3_stmt* m_stmt;
+    int m_prepared;
 };
 
 struct CloseDatabase {
@@ -132,6 +140,15 @@ StatementHandle prepareOnce(sqlite3* db, const char* sql, int& rc) {
     return StatementHandle(stmt);
 }
 
+// The status a failed statement answers.
+LSTATUS failureOf(int rc, bool write) {
+    rc &= 0xff;
+    if (rc == SQLITE_FULL) return ERROR_DISK_FULL;
+    if (rc == SQLITE_NOMEM) return ERROR_OUTOFMEMORY;
+    if (isBusy(rc)) return ERROR_BUSY;
+    return write ? ERROR_CANTWRITE : ERROR_BADDB;
+}
+
 bool fileExists(const std::string& path) {
     struct stat st {};
     return stat(path.c_str(), &st) == 0;
@@ -146,6 +163,10 @@ struct CZEVFileSettingsStore::Impl {
     LSTATUS openStatus = ERROR_BADDB;
     int deadlineMs = 10000;
     int batchDepth = 0;
+    // Set when the batch's transaction ended under it: what the batch's calls answer from then.
+    LSTATUS batchFailure = ERROR_SUCCESS;
+    int snapshotDepth = 0;
+    bool snapshotOwnsTransaction = false;
     // Destroyed before `db`, as the database must outlive its statements.
     std::map<const char*, StatementHandle> statements;
     std::minstd_rand random{static_cast<unsigned>(nowMsSinceEpoch())};
@@ -154,21 +175,33 @@ struct CZEVFileSettingsStore::Impl {
 
     Statement prepare(const char* sql) {
         StatementHandle& stmt = statements[sql];
+        int rc = SQLITE_OK;
         if (!stmt) {
             sqlite3_stmt* made = nullptr;
-            sqlite3_prepare_v3(db.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr);
+            rc = sqlite3_prepare_v3(db.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr);
             stmt.reset(made);
         }
-        return Statement(stmt.get());
+        return Statement(stmt.get(), rc == SQLITE_OK ? SQLITE_MISUSE : rc);
     }
 
     int exec(const char* sql) { return sqlite3_exec(db.get(), sql, nullptr, nullptr, nullptr); }
+
+    /// Runs a statement that answers no rows (transaction control), prepared once.
+    int run(const char* sql) {
+        Statement s = prepare(sql);
+        int rc = s.step();
+        return rc == SQLITE_DONE || rc == SQLITE_ROW ? SQLITE_OK : rc;
+    }
+
+    bool inTransaction() const { return db && !sqlite3_get_autocommit(db.get()); }
 
     /// Makes sure a database is there to answer: the file when it exists or `forWrite` asks
     /// for it, else an empty store in memory. Answers the open status.
     LSTATUS connect(bool forWrite) {
         if (onDisk) return openStatus;
         if (path.IsEmpty()) return openStatus = ERROR_BADDB;
+        // A snapshot stays on the database it began on.
+        if (db && snapshotDepth > 0) return openStatus;
         if (!forWrite && !fileExists(path.str())) {
             if (!db) openInMemory();
             return openStatus;
@@ -195,43 +228,76 @@ struct CZEVFileSettingsStore::Impl {
 
     /// Runs `body` in one transaction (a write transaction when `write`), retrying the whole
     /// of it while the file is busy, up to the deadline. `body` answers an SQLite result and
-    /// sets the status to answer; a write whose status is not success is rolled back.
+    /// sets the status to answer; a write whose status is not success is rolled back. A read
+    /// of `oneStatement` is a transaction by itself and needs no BEGIN.
     template <typename Body>
-    LSTATUS transact(bool write, Body body) {
+    LSTATUS transact(bool write, bool oneStatement, Body body) {
+        if (write && snapshotDepth > 0 && batchDepth == 0) return ERROR_ACCESS_DENIED;
         if (connect(write || batchDepth > 0) != ERROR_SUCCESS) return openStatus;
         if (batchDepth > 0) return inBatch(write, body);
+        if (snapshotDepth > 0) return inSnapshot(body);
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
         for (int attempt = 0;; ++attempt) {
             LSTATUS status = ERROR_SUCCESS;
-            int rc = exec(write ? "BEGIN IMMEDIATE" : "BEGIN");
-            if (rc == SQLITE_OK) {
+            int rc = SQLITE_OK;
+            if (!write && oneStatement) {
                 rc = body(status);
-                if (rc == SQLITE_OK && (status == ERROR_SUCCESS || !write)) rc = exec("COMMIT");
+            } else {
+                rc = run(write ? "BEGIN IMMEDIATE" : "BEGIN");
+                if (rc == SQLITE_OK) {
+                    rc = body(status);
+                    if (rc == SQLITE_OK && (status == ERROR_SUCCESS || !write)) rc = run("COMMIT");
+                }
+                if (inTransaction()) run("ROLLBACK");
             }
-            if (!sqlite3_get_autocommit(db.get())) exec("ROLLBACK");
             if (rc == SQLITE_OK) return status;
-            if (!isBusy(rc)) return write ? ERROR_CANTWRITE : ERROR_BADDB;
+            if (!isBusy(rc)) return failureOf(rc, write);
             if (std::chrono::steady_clock::now() >= deadline) return ERROR_BUSY;
             pause(attempt);
         }
     }
 
-    // Inside a batch's transaction: the call is a savepoint of its own, released when it
-    // succeeds and undone when it does not.
+    // Inside a snapshot's read transaction.
+    template <typename Body>
+    LSTATUS inSnapshot(Body body) {
+        LSTATUS status = ERROR_SUCCESS;
+        int rc = body(status);
+        return rc == SQLITE_OK ? status : failureOf(rc, false);
+    }
+
+    // Inside a batch's transaction: a write is a savepoint of its own, released when it
+    // succeeds and undone when it does not; a read needs none.
     template <typename Body>
     LSTATUS inBatch(bool write, Body body) {
+        if (batchFailure != ERROR_SUCCESS) return batchFailure;
         LSTATUS status = ERROR_SUCCESS;
-        int rc = exec("SAVEPOINT call");
-        if (rc == SQLITE_OK) rc = body(status);
-        if (rc != SQLITE_OK || (write && status != ERROR_SUCCESS)) exec("ROLLBACK TO call");
-        exec("RELEASE call");
-        if (rc == SQLITE_OK) return status;
-        return write ? ERROR_CANTWRITE : ERROR_BADDB;
+        int rc = SQLITE_OK;
+        if (!write) {
+            rc = body(status);
+        } else {
+            rc = run("SAVEPOINT call");
+            if (rc == SQLITE_OK) rc = body(status);
+            if (inTransaction()) {
+                if (rc != SQLITE_OK || status != ERROR_SUCCESS) run("ROLLBACK TO call");
+                run("RELEASE call");
+            }
+        }
+        if (!inTransaction()) {
+            // SQLite rolled the whole batch back (a full disk, an I/O error): nothing of it
+            // may land, not even what the calls after this one would write on their own.
+            batchFailure = rc != SQLITE_OK ? failureOf(rc, true) : ERROR_CANTWRITE;
+            return batchFailure;
+        }
+        return rc == SQLITE_OK ? status : failureOf(rc, write);
     }
 
     LSTATUS beginBatch() {
+        if (snapshotDepth > 0 && batchDepth == 0) return ERROR_ACCESS_DENIED;
         if (batchDepth > 0) {
+            if (batchFailure != ERROR_SUCCESS) return batchFailure;
+            int rc = run("SAVEPOINT batch");
+            if (rc != SQLITE_OK) return failureOf(rc, true);
             ++batchDepth;
             return ERROR_SUCCESS;
         }
@@ -239,12 +305,14 @@ struct CZEVFileSettingsStore::Impl {
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
         for (int attempt = 0;; ++attempt) {
-            int rc = exec("BEGIN IMMEDIATE");
+            int rc = run("BEGIN IMMEDIATE");
             if (rc == SQLITE_OK) {
                 batchDepth = 1;
+                batchFailure = ERROR_SUCCESS;
                 return ERROR_SUCCESS;
             }
-            if (!isBusy(rc)) return ERROR_CANTWRITE;
+            if (inTransaction()) run("ROLLBACK");
+            if (!isBusy(rc)) return failureOf(rc, true);
             if (std::chrono::steady_clock::now() >= deadline) return ERROR_BUSY;
             pause(attempt);
         }
@@ -252,10 +320,41 @@ struct CZEVFileSettingsStore::Impl {
 
     LSTATUS endBatch(bool commit) {
         if (batchDepth == 0) return ERROR_INVALID_PARAMETER;
-        if (--batchDepth > 0) return ERROR_SUCCESS;
-        int rc = exec(commit ? "COMMIT" : "ROLLBACK");
-        if (!sqlite3_get_autocommit(db.get())) exec("ROLLBACK");
-        return rc == SQLITE_OK ? ERROR_SUCCESS : ERROR_CANTWRITE;
+        if (--batchDepth > 0) {
+            if (batchFailure != ERROR_SUCCESS) return batchFailure;
+            if (!commit) run("ROLLBACK TO batch");
+            int rc = run("RELEASE batch");
+            return rc == SQLITE_OK ? ERROR_SUCCESS : failureOf(rc, true);
+        }
+        const LSTATUS failure = batchFailure;
+        batchFailure = ERROR_SUCCESS;
+        int rc = failure != ERROR_SUCCESS ? SQLITE_OK : run(commit ? "COMMIT" : "ROLLBACK");
+        if (inTransaction()) run("ROLLBACK");
+        if (!commit) return ERROR_SUCCESS;
+        if (failure != ERROR_SUCCESS) return failure;
+        return rc == SQLITE_OK ? ERROR_SUCCESS : failureOf(rc, true);
+    }
+
+    LSTATUS beginSnapshot() {
+        if (batchDepth > 0 || snapshotDepth > 0) {
+            ++snapshotDepth;
+            return ERROR_SUCCESS;
+        }
+        if (connect(false) != ERROR_SUCCESS) return openStatus;
+        int rc = run("BEGIN");
+        if (rc != SQLITE_OK) return failureOf(rc, false);
+        snapshotDepth = 1;
+        snapshotOwnsTransaction = true;
+        return ERROR_SUCCESS;
+    }
+
+    LSTATUS endSnapshot() {
+        if (snapshotDepth == 0) return ERROR_INVALID_PARAMETER;
+        if (--snapshotDepth > 0 || !snapshotOwnsTransaction) return ERROR_SUCCESS;
+        snapshotOwnsTransaction = false;
+        run("COMMIT");
+        if (inTransaction()) run("ROLLBACK");
+        return ERROR_SUCCESS;
     }
 
     /// Opens the file and makes sure it holds a store, retrying while it is busy.
@@ -420,6 +519,10 @@ CZEVFileSettingsStore::~CZEVFileSettingsStore() {
         m_impl->batchDepth = 1;
         m_impl->endBatch(false);
     }
+    if (m_impl->snapshotDepth > 0) {
+        m_impl->snapshotDepth = 1;
+        m_impl->endSnapshot();
+    }
 }
 
 LSTATUS CZEVFileSettingsStore::BeginBatch() {
@@ -427,6 +530,12 @@ LSTATUS CZEVFileSettingsStore::BeginBatch() {
 }
 LSTATUS CZEVFileSettingsStore::EndBatch(bool commit) {
     return m_impl->endBatch(commit);
+}
+LSTATUS CZEVFileSettingsStore::BeginSnapshot() {
+    return m_impl->beginSnapshot();
+}
+LSTATUS CZEVFileSettingsStore::EndSnapshot() {
+    return m_impl->endSnapshot();
 }
 
 LSTATUS CZEVFileSettingsStore::OpenStatus() const {
@@ -469,37 +578,44 @@ bool CZEVFileSettingsStore::IsWritable(KeyId key) {
 LSTATUS CZEVFileSettingsStore::OpenKey(KeyId parent, const std::vector<std::string>& parts,
                                        bool create, KeyId& key, bool& created) {
     // Most creations find the key there already: look first without the write lock.
-    LSTATUS status = m_impl->transact(
-        false, [&](LSTATUS& st) { return m_impl->walk(parent, parts, false, key, created, st); });
+    LSTATUS status = m_impl->transact(false, false, [&](LSTATUS& st) {
+        return m_impl->walk(parent, parts, false, key, created, st);
+    });
     if (status != ERROR_FILE_NOT_FOUND || !create) return status;
     if (!IsWritable(parent)) return ERROR_ACCESS_DENIED;
-    return m_impl->transact(
-        true, [&](LSTATUS& st) { return m_impl->walk(parent, parts, true, key, created, st); });
+    return m_impl->transact(true, false, [&](LSTATUS& st) {
+        return m_impl->walk(parent, parts, true, key, created, st);
+    });
 }
 
 LSTATUS CZEVFileSettingsStore::QueryValue(KeyId key, const std::string& name,
                                           ZEVStoredValue& value) {
-    return m_impl->transact(false, [&](LSTATUS& st) {
-        int rc = m_impl->requireKey(key, st);
-        if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
-        Statement s =
-            m_impl->prepare("SELECT name, type, data FROM vals WHERE key = ?1 AND fold = ?2");
+    // One statement, so one read transaction of its own: whether the key is there and the
+    // value, seen at the same instant.
+    return m_impl->transact(false, true, [&](LSTATUS& st) {
+        Statement s = m_impl->prepare(
+            "SELECT v.name, v.type, v.data FROM keys k"
+            " LEFT JOIN vals v ON v.key = k.id AND v.fold = ?2 WHERE k.id = ?1");
         s.bind(1, key).bind(2, fold(name));
-        rc = s.step();
-        if (rc == SQLITE_ROW) {
-            value.name = s.text(0);
-            value.type = static_cast<DWORD>(s.integer(1));
-            value.data = s.text(2);
+        const int rc = s.step();
+        if (rc != SQLITE_ROW) {
+            st = ERROR_KEY_DELETED;
+            return rc == SQLITE_DONE ? SQLITE_OK : rc;
+        }
+        if (s.isNull(0)) {
+            st = ERROR_FILE_NOT_FOUND;
             return SQLITE_OK;
         }
-        st = ERROR_FILE_NOT_FOUND;
-        return rc == SQLITE_DONE ? SQLITE_OK : rc;
+        value.name = s.text(0);
+        value.type = static_cast<DWORD>(s.integer(1));
+        value.data = s.text(2);
+        return SQLITE_OK;
     });
 }
 
 LSTATUS CZEVFileSettingsStore::SetValue(KeyId key, const ZEVStoredValue& value) {
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
-    return m_impl->transact(true, [&](LSTATUS& st) {
+    return m_impl->transact(true, false, [&](LSTATUS& st) {
         int rc = m_impl->requireKey(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         // A value written again under another case keeps the name it was made with.
@@ -515,7 +631,7 @@ LSTATUS CZEVFileSettingsStore::SetValue(KeyId key, const ZEVStoredValue& value) 
 
 LSTATUS CZEVFileSettingsStore::DeleteValue(KeyId key, const std::string& name) {
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
-    return m_impl->transact(true, [&](LSTATUS& st) {
+    return m_impl->transact(true, false, [&](LSTATUS& st) {
         int rc = m_impl->requireKey(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         Statement s = m_impl->prepare("DELETE FROM vals WHERE key = ?1 AND fold = ?2");
@@ -532,7 +648,7 @@ LSTATUS CZEVFileSettingsStore::DeleteValue(KeyId key, const std::string& name) {
 LSTATUS CZEVFileSettingsStore::DeleteKey(KeyId key, bool tree, bool keepKey) {
     if (!keepKey && key <= kRootCount) return ERROR_ACCESS_DENIED;
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
-    return m_impl->transact(true, [&](LSTATUS& st) {
+    return m_impl->transact(true, false, [&](LSTATUS& st) {
         int rc = m_impl->requireKey(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         if (!tree) {
@@ -568,7 +684,7 @@ LSTATUS CZEVFileSettingsStore::DeleteKey(KeyId key, bool tree, bool keepKey) {
 }
 
 LSTATUS CZEVFileSettingsStore::SubKeys(KeyId key, std::vector<std::string>& names) {
-    return m_impl->transact(false, [&](LSTATUS& st) {
+    return m_impl->transact(false, false, [&](LSTATUS& st) {
         names.clear();
         int rc = m_impl->requireKey(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
@@ -580,7 +696,7 @@ LSTATUS CZEVFileSettingsStore::SubKeys(KeyId key, std::vector<std::string>& name
 }
 
 LSTATUS CZEVFileSettingsStore::Values(KeyId key, std::vector<ZEVStoredValue>& values) {
-    return m_impl->transact(false, [&](LSTATUS& st) {
+    return m_impl->transact(false, false, [&](LSTATUS& st) {
         values.clear();
         int rc = m_impl->requireKey(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
@@ -594,7 +710,7 @@ LSTATUS CZEVFileSettingsStore::Values(KeyId key, std::vector<ZEVStoredValue>& va
 }
 
 LSTATUS CZEVFileSettingsStore::WriteTime(KeyId key, std::int64_t& msSinceEpoch) {
-    return m_impl->transact(false, [&](LSTATUS& st) {
+    return m_impl->transact(false, true, [&](LSTATUS& st) {
         Statement s = m_impl->prepare("SELECT written FROM keys WHERE id = ?1");
         s.bind(1, key);
         int rc = s.step();
@@ -638,6 +754,12 @@ LSTATUS IZEVSettingsStore::BeginBatch() {
 LSTATUS IZEVSettingsStore::EndBatch(bool) {
     return ERROR_SUCCESS;
 }
+LSTATUS IZEVSettingsStore::BeginSnapshot() {
+    return ERROR_SUCCESS;
+}
+LSTATUS IZEVSettingsStore::EndSnapshot() {
+    return ERROR_SUCCESS;
+}
 
 CZEVSettingsBatch::CZEVSettingsBatch() : m_store(&ZEVSettingsStore()) {
     m_status = m_store->BeginBatch();
@@ -645,6 +767,14 @@ CZEVSettingsBatch::CZEVSettingsBatch() : m_store(&ZEVSettingsStore()) {
 
 CZEVSettingsBatch::~CZEVSettingsBatch() {
     if (!m_ended && m_status == ERROR_SUCCESS) m_store->EndBatch(false);
+}
+
+CZEVSettingsSnapshot::CZEVSettingsSnapshot() : m_store(&ZEVSettingsStore()) {
+    m_status = m_store->BeginSnapshot();
+}
+
+CZEVSettingsSnapshot::~CZEVSettingsSnapshot() {
+    if (m_status == ERROR_SUCCESS) m_store->EndSnapshot();
 }
 
 LSTATUS CZEVSettingsBatch::Commit() {

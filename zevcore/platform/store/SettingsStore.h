@@ -26,6 +26,7 @@ inline constexpr LSTATUS ERROR_INVALID_HANDLE = 6;
 inline constexpr LSTATUS ERROR_BAD_FORMAT = 11;
 inline constexpr LSTATUS ERROR_OUTOFMEMORY = 14;
 inline constexpr LSTATUS ERROR_INVALID_PARAMETER = 87;
+inline constexpr LSTATUS ERROR_DISK_FULL = 112;
 inline constexpr LSTATUS ERROR_BAD_PATHNAME = 161;
 inline constexpr LSTATUS ERROR_BUSY = 170;
 inline constexpr LSTATUS ERROR_MORE_DATA = 234;
@@ -87,8 +88,13 @@ public:
     /// Starts grouping the calls that follow into one transaction (see CZEVSettingsBatch);
     /// batches nest. A store without transactions answers ERROR_SUCCESS and does nothing.
     virtual LSTATUS BeginBatch();
-    /// Ends the innermost batch; the outermost commits (or, without `commit`, undoes) all.
+    /// Ends the innermost batch: without `commit` its writes are undone; with it, the
+    /// outermost batch commits all. A commit that fails answers its status and keeps nothing.
     virtual LSTATUS EndBatch(bool commit);
+    /// Starts a snapshot (see CZEVSettingsSnapshot): the reads that follow see one state of
+    /// the store until EndSnapshot. Snapshots nest, and inside a batch they change nothing.
+    virtual LSTATUS BeginSnapshot();
+    virtual LSTATUS EndSnapshot();
 };
 
 /// Where the default store lives: $ZEV_REGISTRY when set and not empty, else
@@ -106,7 +112,9 @@ ZEVCORE_API IZEVSettingsStore* ZEVInstallSettingsStore(IZEVSettingsStore* store)
 
 /// The writes made through the store in use during the life of a batch are one transaction:
 /// other processes see all of them or none, and a process killed before Commit leaves none.
-/// Batches nest; only the outermost commits. A batch ended without Commit undoes its writes.
+/// Batches nest; only the outermost commits. A batch ended without Commit undoes its writes
+/// (an inner one only its own). The reads inside a batch see the store as it stands under the
+/// write lock, so a read-modify-write inside one is safe from other processes' writes.
 /// While a batch is open, this process holds the store's write lock: keep batches short.
 ///
 ///     CZEVSettingsBatch batch;
@@ -131,9 +139,28 @@ private:
     bool m_ended = false;
 };
 
+/// The reads made through the store in use during the life of a snapshot see one state of the
+/// store: another process's batch is seen whole or not at all, across all of them. Writes
+/// are refused (ERROR_ACCESS_DENIED) while a snapshot is open outside a batch.
+class ZEVCORE_API CZEVSettingsSnapshot {
+public:
+    CZEVSettingsSnapshot();
+    ~CZEVSettingsSnapshot();
+    CZEVSettingsSnapshot(const CZEVSettingsSnapshot&) = delete;
+    CZEVSettingsSnapshot& operator=(const CZEVSettingsSnapshot&) = delete;
+
+    /// ERROR_SUCCESS when the snapshot could begin.
+    LSTATUS Status() const { return m_status; }
+
+private:
+    IZEVSettingsStore* m_store;
+    LSTATUS m_status;
+};
+
 /// The store in a database file, shared safely by the processes that open the same file.
 /// A store whose file cannot be opened answers ERROR_BADDB to everything; a write that
-/// cannot get the file's lock before the deadline answers ERROR_BUSY and changes nothing.
+/// cannot get the file's lock before the deadline answers ERROR_BUSY and changes nothing, and
+/// one that finds no room on the disk ERROR_DISK_FULL.
 /// Reading never changes the file system: a file that does not exist reads as an empty store
 /// and is made, with its folder, by the first write; a database that is not a store is
 /// refused without being touched.
@@ -167,6 +194,8 @@ public:
     LSTATUS WriteTime(KeyId key, std::int64_t& msSinceEpoch) override;
     LSTATUS BeginBatch() override;
     LSTATUS EndBatch(bool commit) override;
+    LSTATUS BeginSnapshot() override;
+    LSTATUS EndSnapshot() override;
 
 private:
     struct Impl;
