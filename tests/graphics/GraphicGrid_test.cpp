@@ -22,6 +22,7 @@ void expectPoint(const CPoint3D& p, double x, double y, double z) {
 
 bool hasPoint(CGraphicGrid& grid, double x, double y, double z) {
     const auto& points = grid.getGridPoints();
+    EXPECT_TRUE(grid.IsValid());
     for (int i = 1; i <= points.getCount(); ++i)
         if (points[i]->distance_to(CPoint3D(x, y, z)) < 1e-9) return true;
     return false;
@@ -218,6 +219,8 @@ TEST(GridManager, ACopyHoldsPlainGridsAtTheOrigin) {
     const auto& points = copy.grid(1)->getGridPoints();
     ASSERT_GT(points.getCount(), 0);
     expectPoint(*points[points.getCount()], 5, 5, 0);
+    EXPECT_TRUE(copy.IsValid());
+    EXPECT_TRUE(manager.IsValid());
 }
 
 }  // namespace

@@ -48,12 +48,16 @@ std::string bytesOf(const std::string& path) {
 
 ETFileError readBlock(CGridManager& manager, const std::string& path) {
     ibfstream in(path.c_str());
-    return manager.read(in);
+    const ETFileError result = manager.read(in);
+    EXPECT_TRUE(manager.IsValid());
+    return result;
 }
 
 ETFileError writeBlock(CGridManager& manager, const std::string& path) {
     obfstream out(path.c_str());
-    return manager.write(out, 0);
+    const ETFileError result = manager.write(out, 0);
+    EXPECT_TRUE(manager.IsValid());
+    return result;
 }
 
 void expectSameGrids(CGridManager& a, CGridManager& b) {
@@ -73,10 +77,10 @@ TEST(GridManagerRegression, WriteKeepsTheBlocksOwnTypeCode) {
     // The block wrote each grid's own type field as the code that picks the class, and a
     // record whose type names another class made the reader build that class and misread it.
     const Record cases[] = {
-        {gtYZPlane, gtXYLines, {4, 4, 0}, {4, 4, 0}},    // rectangular, type of the irregular
-        {gtPolar, gtSpherical, {2, 6, 0}, {9, 6, 0}},    // polar, type of the spherical
+        {gtYZPlane, gtXYLines, {4, 4, 0}, {4, 4, 0}},     // rectangular, type of the irregular
+        {gtPolar, gtSpherical, {2, 6, 0}, {9, 6, 0}},     // polar, type of the spherical
         {gtXYLines, gtXYPlane, {0, 0, 0}, {0, 0, 0}, 3},  // irregular, type of the rectangular
-        {gtSpherical, -7, {1, 4, 3}, {5, 6, 3}},         // spherical, a type of no kind
+        {gtSpherical, -7, {1, 4, 3}, {5, 6, 3}},          // spherical, a type of no kind
         {gt3DRectangular, gtUnknown, {2, 2, 2}, {2, 2, 2}},
     };
     zevtest::TempDir dir;
@@ -175,7 +179,8 @@ CPoint3D scan(const TPointerArray<CPoint3D>& points, const CPoint3D& p, double& 
     CPoint3D best(0, 0, 0);
     distance = BIG;
     for (int i = 1; i <= points.getCount(); ++i)
-        if (const double d = p.distance_to(*points[i]); d < distance) distance = d, best = *points[i];
+        if (const double d = p.distance_to(*points[i]); d < distance)
+            distance = d, best = *points[i];
     return best;
 }
 
@@ -196,14 +201,15 @@ TEST(GraphicGrid, SnappingAnswersBitForBitAsTheScanOnManyPoints) {
             CPoint3D p(near(random), near(random), near(random) / 20);
             if (trial % 6 == 1) p = *points[pick(random)];  // on the lattice
             if (trial % 6 == 2) p = (*points[pick(random)] + *points[pick(random)]) * 0.5;
-            if (trial % 6 == 3) p = *points[pick(random)] + CPoint3D(0.6, 0.6, 0.6) * offset(random);
+            if (trial % 6 == 3)
+                p = *points[pick(random)] + CPoint3D(0.6, 0.6, 0.6) * offset(random);
             if (trial % 6 == 4) p = CPoint3D(far(random), far(random), far(random));
             double scanned = 0, snapped = 0;
             const CPoint3D expected = scan(points, p, scanned);
             const CPoint3D got = grid->closestGridPoint(p, snapped);
+            ASSERT_TRUE(grid->IsValid());
             ASSERT_EQ(snapped, scanned) << trial;
-            ASSERT_TRUE(got.x == expected.x && got.y == expected.y && got.z == expected.z)
-                << trial;
+            ASSERT_TRUE(got.x == expected.x && got.y == expected.y && got.z == expected.z) << trial;
         }
         // So far off that no point measures below BIG: the stated empty answer, as the scan.
         double distance = 0;

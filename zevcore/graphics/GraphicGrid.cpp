@@ -200,6 +200,22 @@ std::size_t CGraphicGrid::latticePointCount() const {
     return l.values[0].size() * l.values[1].size() * l.values[2].size();
 }
 
+bool CGraphicGrid::IsValid() const {
+    if (lineVertexCount < 0 || (lineVertexCount > 0 && !lineVertices)) return false;
+    const auto points = static_cast<std::size_t>(gridPoints.getCount());
+    if (points > kMaxLatticePoints) return false;
+    for (const auto* family : {&xLines, &yLines, &zLines})
+        for (std::int32_t i = 1; i <= family->getCount(); ++i)
+            if (!(*family)[i]) return false;
+    for (std::int32_t i = 1; i <= gridPoints.getCount(); ++i)
+        if (!gridPoints[i]) return false;
+    if (!dataValid || points == 0) return true;  // a copy keeps `dataValid` with no points
+    const auto& v = generated.values;
+    const std::int64_t lines =
+        std::int64_t{xLines.getCount()} + yLines.getCount() + zLines.getCount();
+    return v[0].size() * v[1].size() * v[2].size() == points && lineVertexCount == 2 * lines;
+}
+
 void CGraphicGrid::UpdateGridData(bool x, bool y, bool z) {
     gridPoints.clear();
     xLines.clear();
@@ -212,8 +228,8 @@ void CGraphicGrid::UpdateGridData(bool x, bool y, bool z) {
     const bool collapsed1 = l.collapsed1, collapsed2 = l.collapsed2;
     const auto& values = l.values;
 
-    auto addLine = [this](TPointerArray<CLine3D>& family, const CPoint3D& a, const CPoint3D& b,
-                          bool keep) {
+    auto addLine = [](TPointerArray<CLine3D>& family, const CPoint3D& a, const CPoint3D& b,
+                      bool keep) {
         if (keep) family.add(new CLine3D(a, b));
     };
     for (double u : values[0]) {

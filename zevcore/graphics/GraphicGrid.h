@@ -77,6 +77,10 @@ public:
     virtual CPoint3D gridPoint(double a, double b, double c) const;
     /// The number of lattice points the present parameters generate, without generating them.
     std::size_t latticePointCount() const;
+    /// The invariants: no null element in the lists; no more points than the bound; a vertex
+    /// buffer where there is a count; and, for a generated lattice that holds points, the
+    /// points are the generation's and the buffer holds two vertices a line.
+    bool IsValid() const;
 
     const CString& name() const { return m_name; }
     const CPoint3D origin() const { return originPoint; }

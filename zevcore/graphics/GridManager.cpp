@@ -143,6 +143,12 @@ void CGridManager::snapToGrid(CPoint3D& p) {
     p = closestGridPoint(p, distance);
 }
 
+bool CGridManager::IsValid() const {
+    for (int i = 1; i <= gridCount(); ++i)
+        if (!grid(i) || !grid(i)->IsValid()) return false;
+    return true;
+}
+
 void CGridManager::CreateDefaultGrid() {
     auto g = std::make_unique<CRectangularGrid>();
     g->setName("Default Grid");

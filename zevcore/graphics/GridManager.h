@@ -42,6 +42,9 @@ public:
     /// Removes every grid, then creates the default one.
     void reset();
 
+    /// Every grid is there (no null) and valid.
+    bool IsValid() const;
+
     ETFileError read(ibfstream& in);
     ETFileError write(obfstream& out, int unused);
 
