@@ -531,6 +531,19 @@ TEST(PreferenceManagerRegression, AnItemReferredToTwiceIsDeletedOnce) {
     load(bytes, [&](CArchive& ar) { t.manager.Serialize(ar); });
     EXPECT_EQ(t.manager.GetPreference(1)->GetName(), "Decimals");
 
+    // An array among the items would hold objects nobody frees: it is refused, and what
+    // was read before it is freed.
+    const std::string nested = archived([&](CArchive& ar) {
+        CObArray inner, items;
+        items.Add(t.manager.GetPreference(2));
+        items.Add(&inner);
+        items.Serialize(ar);
+    });
+    CObArray read;
+    EXPECT_THROW(load(nested, [&](CArchive& ar) { ReadArchivedPreferences(ar, read); }),
+                 CArchiveException);
+    EXPECT_EQ(read.GetSize(), 0);
+
     CObArray twice;
     twice.Add(new CIntPreference("Once", 0, 0, 1, 0));
     twice.Add(twice[0]);

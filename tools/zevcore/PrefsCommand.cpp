@@ -145,7 +145,7 @@ int import(CPreferenceManager& m, const std::string& path, CZEVSettingsBatch& ba
     } owner{items};
     try {
         shape->Serialize(ar);
-        items.Serialize(ar);
+        ReadArchivedPreferences(ar, items);
     } catch (const CException& e) {
         throw std::runtime_error("'" + path +
                                  "' holds no preferences: " + e.ErrorMessage().GetString());

@@ -1,5 +1,6 @@
 #include "zevcore/settings/PreferenceManager.h"
 
+#include <cstdint>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -89,6 +90,18 @@ void DeleteArchivedObjects(CObArray& objects) {
     for (CObject* o : objects)
         if (o && deleted.insert(o).second) delete o;
     objects.RemoveAll();
+}
+
+void ReadArchivedPreferences(CArchive& ar, CObArray& items) {
+    try {
+        const std::uint64_t count = ar.ReadCount();
+        // Grown as read: a count larger than the data ends in endOfFile, not one huge block.
+        for (std::uint64_t i = 0; i < count; ++i)
+            items.Add(ar.ReadObject(RUNTIME_CLASS(CPreferenceItem)));
+    } catch (...) {
+        DeleteArchivedObjects(items);
+        throw;
+    }
 }
 
 CPreferenceManager::CPreferenceManager(unsigned int imageResource, CString key)
@@ -294,12 +307,7 @@ void CPreferenceManager::Serialize(CArchive& ar) {
     if (version == 1) {
         CObArray items;
         // The old form's items are read and dropped; they own nothing of ours.
-        try {
-            items.Serialize(ar);
-        } catch (...) {
-            DeleteArchivedObjects(items);
-            throw;
-        }
+        ReadArchivedPreferences(ar, items);
         DeleteArchivedObjects(items);
     }
     OnFinishedLoadingFromSerialize();

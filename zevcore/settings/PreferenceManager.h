@@ -29,6 +29,11 @@ class CPreferenceItem;
 /// Deletes the objects an archive's object array was read into, each once however often the
 /// archive referred to it, and empties the array.
 ZEVCORE_API void DeleteArchivedObjects(CObArray& objects);
+/// Reads an object array of preference items in the array's archive form (a count, then the
+/// objects). An object of another class is refused with the archive's badClass, so that
+/// nothing the caller cannot account for is made; on any failure the items read so far are
+/// deleted before the exception goes on.
+ZEVCORE_API void ReadArchivedPreferences(CArchive& ar, CObArray& items);
 
 /// A category or a group: its name (also its key in the store), the resource id it was made
 /// with, and its members (a category's group indices, a group's preference keys).
