@@ -41,7 +41,8 @@ CPreferenceManager& tree() {
         m->AddPreference(7, new CIntPreference("Int", 0, 4, 100, 1), group);
         m->AddPreference(8, new CListPreference("List", 0, choices, 1), group);
         m->AddPreference(
-            9, new CQuantityPreference("Quantity", 0, UNIT_LENGTH_SMALL, 6.0, 1.0, 0.0, 1e6), group);
+            9, new CQuantityPreference("Quantity", 0, UNIT_LENGTH_SMALL, 6.0, 1.0, 0.0, 1e6),
+            group);
         m->AddPreference(10, new CStringPreference("String", 0, "text"), group);
         return m;
     }();

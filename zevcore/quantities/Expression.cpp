@@ -94,13 +94,13 @@ inline double binary(double left, double right, int& error) {
 }
 
 // The operators and functions in the order of their codes in the flat form.
-#define ZEV_UNARY_OPERATIONS(X)                                                          \
-    X(0, '!')                                                                            \
-    X(1, '|')                                                                            \
-    X(2, CExpression::kSin) X(3, CExpression::kCos) X(4, CExpression::kExp)              \
-        X(5, CExpression::kSqrt) X(6, CExpression::kLog) X(7, CExpression::kTan)         \
-            X(8, CExpression::kCotan) X(9, CExpression::kAsin) X(10, CExpression::kAcos) \
-                X(11, CExpression::kAtan)
+#define ZEV_UNARY_OPERATIONS(X)                                                   \
+    X(0, '!')                                                                     \
+    X(1, '|')                                                                     \
+    X(2, CExpression::kSin)                                                       \
+    X(3, CExpression::kCos) X(4, CExpression::kExp) X(5, CExpression::kSqrt)      \
+        X(6, CExpression::kLog) X(7, CExpression::kTan) X(8, CExpression::kCotan) \
+            X(9, CExpression::kAsin) X(10, CExpression::kAcos) X(11, CExpression::kAtan)
 #define ZEV_BINARY_OPERATIONS(X) \
     X(0, '+') X(1, '-') X(2, '*') X(3, '/') X(4, '^') X(5, '<') X(6, '>') X(7, CExpression::kScaled)
 
