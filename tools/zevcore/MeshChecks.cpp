@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
-#include <map>
+#include <vector>
 
 #include "tools/zevcore/MeshPaver.h"
 
@@ -18,6 +19,63 @@ bool sidesCross(const Point& a, const Point& b, const Point& c, const Point& d) 
     };
     return side(a, b, c) * side(a, b, d) < 0 && side(c, d, a) * side(c, d, b) < 0;
 }
+
+// signedArea over the first `count` points, with its arithmetic in the same order.
+double signedArea(const Point* loop, int count) {
+    double twice = 0.0;
+    for (int i = 0; i < count; ++i) {
+        const Point& a = loop[i];
+        const Point& b = loop[(i + 1) % count];
+        twice += a.x * b.y - b.x * a.y;
+    }
+    return twice * 0.5;
+}
+
+// Each side by its two nodes, smaller number first, with how often it runs each way (counted
+// to 2, which is all the checks need): an open-addressed hash table, so that matching the
+// sides is linear in their number.
+class SideTable {
+public:
+    // `most` sides at most, so the table is never more than about three quarters full.
+    explicit SideTable(std::size_t most) {
+        std::size_t size = 16;
+        while (size < most + most / 4) size *= 2;
+        m_keys.assign(size, kEmpty);
+        m_ways.assign(size, 0);
+        m_mask = size - 1;
+    }
+
+    void add(int a, int b) {
+        const std::uint64_t key = (static_cast<std::uint64_t>(std::min(a, b)) << 32) |
+                                  static_cast<std::uint32_t>(std::max(a, b));
+        std::size_t at = hash(key) & m_mask;
+        while (m_keys[at] != key && m_keys[at] != kEmpty) at = (at + 1) & m_mask;
+        m_keys[at] = key;
+        // Low two bits: runs from the smaller node; next two: runs from the larger.
+        std::uint8_t& ways = m_ways[at];
+        const int shift = a < b ? 0 : 2;
+        if (((ways >> shift) & 3) < 2) ways = static_cast<std::uint8_t>(ways + (1 << shift));
+    }
+
+    template <class Visit>
+    void visit(Visit&& visit) const {
+        for (std::size_t i = 0; i < m_keys.size(); ++i)
+            if (m_keys[i] != kEmpty) visit(m_keys[i], m_ways[i] & 3, m_ways[i] >> 2);
+    }
+
+private:
+    static constexpr std::uint64_t kEmpty = ~std::uint64_t{0};
+    static std::size_t hash(std::uint64_t key) {
+        key ^= key >> 29;
+        key *= 0xBF58476D1CE4E5B9u;
+        key ^= key >> 32;
+        return static_cast<std::size_t>(key);
+    }
+
+    std::vector<std::uint64_t> m_keys;
+    std::vector<std::uint8_t> m_ways;
+    std::size_t m_mask = 0;
+};
 
 }  // namespace
 
@@ -54,14 +112,122 @@ ElementShape measureElement(const Mesh& mesh, const Element& e) {
     return s;
 }
 
+namespace {
+
+// The angle of measureElement at one corner, in degrees, 0 to 360.
+double cornerAngle(double ax, double ay, double bx, double by) {
+    double angle = std::atan2(ax * by - ay * bx, ax * bx + ay * by) * 180.0 / M_PI;
+    if (angle < 0.0) angle += 360.0;
+    return angle;
+}
+
+// measureElement's answer where it can change the quality, found for less: an angle goes
+// through atan2 only when it may be a new smallest or largest angle or 180 or more, its cosine
+// (a square root) telling the others apart; an edge goes through hypot only when it may be the
+// shortest or the longest, its square telling the others apart. What it leaves out could not
+// have changed the quality.
+class QualityMeter {
+public:
+    explicit QualityMeter(const Quality& q) : m_quality(q) {}
+
+    ElementShape measure(const Mesh& mesh, const Element& e) {
+        Point corner[4];
+        for (int i = 0; i < e.count; ++i) corner[i] = mesh.nodes[static_cast<std::size_t>(e.v[i])];
+        return e.count == 3 ? measure<3>(corner) : measure<4>(corner);
+    }
+
+private:
+    template <int N>
+    ElementShape measure(const Point* corner) {
+        ElementShape s;
+        double ex[N], ey[N], squared[N];  // edge i runs from corner i to corner i + 1
+        bool plain = true;
+        for (int i = 0; i < N; ++i) {
+            const Point& p = corner[i];
+            const Point& next = corner[(i + 1) % N];
+            ex[i] = next.x - p.x;
+            ey[i] = next.y - p.y;
+            squared[i] = ex[i] * ex[i] + ey[i] * ey[i];
+            // Squares that underflow, overflow or are not numbers do not order the edges.
+            plain = plain && squared[i] > 1e-280 && squared[i] < 1e280;
+        }
+        for (int i = 0; i < N; ++i) {
+            const int before = (i + N - 1) % N;
+            const double ax = ex[i], ay = ey[i];
+            const double bx = -ex[before], by = -ey[before];
+            if (plain && !mayMatter(ax, ay, bx, by, squared[i] * squared[before])) continue;
+            const double angle = cornerAngle(ax, ay, bx, by);
+            if (!(angle < 180.0)) s.concave = true;
+            if (!std::isnan(angle)) {
+                s.minAngle = std::min(s.minAngle, angle);
+                s.maxAngle = std::max(s.maxAngle, angle);
+            }
+        }
+        double shortest = std::numeric_limits<double>::infinity(), longest = 0.0;
+        if (plain) {
+            double least = squared[0], most = squared[0];
+            for (int i = 1; i < N; ++i) {
+                least = std::min(least, squared[i]);
+                most = std::max(most, squared[i]);
+            }
+            // A square within rounding of the extreme may still be the extreme length.
+            const double low = least * (1 + 1e-12), high = most * (1 - 1e-12);
+            for (int i = 0; i < N; ++i) {
+                if (squared[i] <= low || squared[i] >= high) {
+                    const double edge = std::hypot(ex[i], ey[i]);
+                    shortest = std::min(shortest, edge);
+                    longest = std::max(longest, edge);
+                }
+            }
+        } else {
+            for (int i = 0; i < N; ++i) {
+                const double edge = std::hypot(ex[i], ey[i]);
+                shortest = std::min(shortest, edge);
+                longest = std::max(longest, edge);
+            }
+        }
+        s.aspect = shortest > 0.0 ? longest / shortest : std::numeric_limits<double>::infinity();
+        if (!(shortest > 0.0)) s.concave = true;
+        return s;
+    }
+
+    // Whether the corner's angle may be 180 or more, or outside the smallest and largest
+    // angles met so far. `lengths` is the product of the two sides' squared lengths.
+    bool mayMatter(double ax, double ay, double bx, double by, double lengths) {
+        const double cross = ax * by - ay * bx;
+        if (!(cross > 0.0)) return true;  // 180 or more, or not a number
+        if (m_quality.minAngle != m_knownMin) {
+            m_knownMin = m_quality.minAngle;
+            m_cosMin = std::cos(m_knownMin * M_PI / 180.0);
+        }
+        if (m_quality.maxAngle != m_knownMax) {
+            m_knownMax = m_quality.maxAngle;
+            m_cosMax = std::cos(m_knownMax * M_PI / 180.0);
+        }
+        // Below 180, the angle grows as its cosine falls.
+        const double cosine = (ax * bx + ay * by) / std::sqrt(lengths);
+        constexpr double kMargin = 1e-9;
+        return !(cosine > -1.0 + 1e-6 && cosine < m_cosMin - kMargin &&
+                 cosine > m_cosMax + kMargin);
+    }
+
+    const Quality& m_quality;
+    double m_knownMin = std::numeric_limits<double>::quiet_NaN();
+    double m_knownMax = std::numeric_limits<double>::quiet_NaN();
+    double m_cosMin = 0.0, m_cosMax = 0.0;
+};
+
+}  // namespace
+
 Quality measureQuality(const Mesh& mesh) {
     Quality q;
     q.minAngle = 360.0;
     double aspectSum = 0.0;
     int measured = 0;
+    QualityMeter meter(q);
     for (const Element& e : mesh.elements) {
         if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
-        ElementShape s = measureElement(mesh, e);
+        ElementShape s = meter.measure(mesh, e);
         if (s.concave) ++q.concave;
         if (!std::isfinite(s.aspect)) {
             ++q.degenerate;
@@ -100,41 +266,74 @@ Coverage measureCoverage(const Region& region, const Mesh& mesh) {
                 c.outlineLength += std::hypot(b.x - a.x, b.y - a.y);
             }
         }
-    // Each side by its two nodes, smaller number first, with how often it runs each way.
-    std::map<std::pair<int, int>, std::pair<int, int>> sides;
+    std::size_t sideCount = 0;
+    for (const Element& e : mesh.elements)
+        if (e.count > 0 && e.count <= 4) sideCount += static_cast<std::size_t>(e.count);
+    SideTable sides(sideCount);
+    const std::size_t nodes = mesh.nodes.size();
     for (const Element& e : mesh.elements) {
-        std::vector<Point> corners;
-        bool finite = true;
-        for (int k = 0; k < e.count; ++k) {
-            int at = e.v[static_cast<size_t>(k)];
-            if (at < 0 || static_cast<size_t>(at) >= mesh.nodes.size()) {
+        Point corners[4];
+        int found = 0;
+        if ((e.count == 3 || e.count == 4) && validElement(e, static_cast<int>(nodes))) {
+            bool finite = true;
+            for (int k = 0; k < e.count; ++k) {
+                corners[k] = mesh.nodes[static_cast<std::size_t>(e.v[k])];
+                finite = finite && std::isfinite(corners[k].x) && std::isfinite(corners[k].y);
+            }
+            const double area = finite ? signedArea(corners, e.count) : 0.0;
+            const bool folded =
+                !finite || !(area > 0.0) ||
+                (e.count == 4 && (sidesCross(corners[0], corners[1], corners[2], corners[3]) ||
+                                  sidesCross(corners[1], corners[2], corners[3], corners[0])));
+            c.folded += folded ? 1 : 0;
+            if (finite) c.elementArea += area;
+            sides.add(e.v[0], e.v[1]);
+            sides.add(e.v[1], e.v[2]);
+            if (e.count == 3) {
+                sides.add(e.v[2], e.v[0]);
+            } else {
+                sides.add(e.v[2], e.v[3]);
+                sides.add(e.v[3], e.v[0]);
+            }
+            continue;
+        }
+        // More than four corners is no element of ours: folded, and its sides not counted.
+        bool finite = e.count <= 4;
+        for (int k = 0; k < e.count && k < 4; ++k) {
+            const int at = e.v[static_cast<std::size_t>(k)];
+            if (at < 0 || static_cast<std::size_t>(at) >= nodes) {
                 finite = false;
                 break;
             }
-            const Point& p = mesh.nodes[static_cast<size_t>(at)];
+            const Point& p = mesh.nodes[static_cast<std::size_t>(at)];
             finite = finite && std::isfinite(p.x) && std::isfinite(p.y);
-            corners.push_back(p);
+            corners[found++] = p;
         }
-        double area = finite ? signedArea(corners) : 0.0;
-        bool folded =
+        const double area = finite ? signedArea(corners, found) : 0.0;
+        const bool folded =
             !finite || !(area > 0.0) ||
             (e.count == 4 && (sidesCross(corners[0], corners[1], corners[2], corners[3]) ||
                               sidesCross(corners[1], corners[2], corners[3], corners[0])));
         c.folded += folded ? 1 : 0;
         if (finite) c.elementArea += area;
-        if (corners.size() != static_cast<size_t>(e.count)) continue;
+        if (e.count > 4 || found != e.count) continue;
         for (int k = 0; k < e.count; ++k) {
-            const int a = e.v[static_cast<size_t>(k)];
-            const int b = e.v[static_cast<size_t>((k + 1) % e.count)];
-            auto& ways = sides[{std::min(a, b), std::max(a, b)}];
-            ++(a < b ? ways.first : ways.second);
+            const int a = e.v[static_cast<std::size_t>(k)];
+            const int b = e.v[static_cast<std::size_t>((k + 1) % e.count)];
+            sides.add(a, b);
         }
     }
-    for (const auto& [ends, ways] : sides) {
-        if (ways.first > 1 || ways.second > 1) ++c.misjoined;
-        if (ways.first + ways.second != 1) continue;
-        const Point& a = mesh.nodes[static_cast<size_t>(ends.first)];
-        const Point& b = mesh.nodes[static_cast<size_t>(ends.second)];
+    // The open sides' lengths are summed in the order of their ends, smaller number first, so
+    // that the sum does not depend on the table's order.
+    std::vector<std::uint64_t> open;
+    sides.visit([&](std::uint64_t ends, int forward, int backward) {
+        if (forward > 1 || backward > 1) ++c.misjoined;
+        if (forward + backward == 1) open.push_back(ends);
+    });
+    std::sort(open.begin(), open.end());
+    for (const std::uint64_t ends : open) {
+        const Point& a = mesh.nodes[static_cast<std::size_t>(ends >> 32)];
+        const Point& b = mesh.nodes[static_cast<std::size_t>(ends & 0xFFFFFFFFu)];
         c.openLength += std::hypot(b.x - a.x, b.y - a.y);
     }
     return c;
