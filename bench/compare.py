@@ -32,28 +32,45 @@ COUNTS = {
     "entry-feet-inches": 500,
     "xml-write": 5,
     "xml-read": 5,
+    "triangle-cli-100k": 1,
+    "triangle-mesh_it-100k": 1,
+    "triangle-cli-300k": 1,
+    "triangle-mesh_it-300k": 1,
 }
 DEFAULT_COUNT = 3
-# Counted by CPU time whatever the tool: these start other programs.
-TIMED = re.compile(r"^(mesh-cli|dxf-.*ezdxf)")
+# Work that starts other processes: callgrind follows them and counts everything, less a run
+# that only prepares the work.
+SPAWNING = re.compile(r"^triangle-")
+
+
+def callgrind_total(command, toggle):
+    """Instructions counted in the command and every process it starts."""
+    with tempfile.TemporaryDirectory() as tmp:
+        options = ["--trace-children=yes"]
+        if toggle:
+            options = ["--toggle-collect=zev_compare_measured"]
+        result = subprocess.run(
+            ["valgrind", "--tool=callgrind", f"--callgrind-out-file={tmp}/cg.%p"] + options +
+            command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        if result.returncode != 0:
+            raise RuntimeError((result.stderr.strip().splitlines() or ["failed"])[-1])
+        total = 0
+        for name in os.listdir(tmp):
+            with open(os.path.join(tmp, name)) as f:
+                for line in f:
+                    if line.startswith("totals:") or line.startswith("summary:"):
+                        total += int(line.split()[1])
+                        break
+        return total
 
 
 def run_case(driver, work, side, count, use_callgrind):
     command = [driver, "run", work, side, str(count)]
-    if use_callgrind and not TIMED.match(work) and not TIMED.match(f"{work}-{side}"):
-        with tempfile.TemporaryDirectory() as tmp:
-            out = os.path.join(tmp, "callgrind.out")
-            result = subprocess.run(
-                ["valgrind", "--tool=callgrind", "--toggle-collect=zev_compare_measured",
-                 f"--callgrind-out-file={out}"] + command,
-                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-            if result.returncode != 0:
-                raise RuntimeError(result.stderr.strip().splitlines()[-1:] or ["failed"])
-            with open(out) as f:
-                for line in f:
-                    if line.startswith("totals:") or line.startswith("summary:"):
-                        return int(line.split()[1]) / count, "instructions"
-            raise RuntimeError("callgrind wrote no total")
+    if use_callgrind and SPAWNING.match(work):
+        base = callgrind_total([driver, "run", work, side, "0"], toggle=False)
+        return (callgrind_total(command, toggle=False) - base) / count, "instructions"
+    if use_callgrind:
+        return callgrind_total(command, toggle=True) / count, "instructions"
     result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
     if result.returncode != 0:
         raise RuntimeError(result.stderr.strip() or f"exit {result.returncode}")
@@ -72,6 +89,8 @@ def main():
     args = parser.parse_args()
 
     driver = os.path.join(args.build, "bench", "compare_peers")
+    os.environ.setdefault("ZEV_COMPARE_CLI",
+                          os.path.abspath(os.path.join(args.build, "tools", "zevcore", "zevcore")))
     if not os.access(driver, os.X_OK):
         print(f"compare: {driver} not found (build the compare_peers target)", file=sys.stderr)
         return 2

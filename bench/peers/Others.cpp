@@ -5,9 +5,6 @@ namespace peers {
 std::vector<Case> dxfCases() {
     return {};
 }
-std::vector<Case> meshCases() {
-    return {};
-}
 std::vector<Case> otherCases() {
     return {};
 }

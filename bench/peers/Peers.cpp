@@ -1,8 +1,8 @@
 // ZEVCore and its peers on the same work, one side at a time, for bench/compare.
 //
 //   compare_peers list                  the cases, one "work side" a line
-//   compare_peers run WORK SIDE COUNT   does the work COUNT times and prints
-//                                       "cpu_ns_per_op <n>" on stdout
+//   compare_peers run WORK SIDE COUNT   does the work COUNT times (0: only prepares it) and
+//                                       prints "cpu_ns_per_op <n>" on stdout
 //
 // The repeated work runs inside zev_compare_measured, so that valgrind's callgrind can count
 // that function alone (--toggle-collect=zev_compare_measured); what a case prepares beforehand
@@ -61,9 +61,10 @@ int main(int argc, char** argv) {
             return 1;
         }
         const double start = cpuSeconds();
-        zev_compare_measured(work, count > 0 ? count : 1);
+        zev_compare_measured(work, count);
         const double seconds = cpuSeconds() - start;
-        std::printf("cpu_ns_per_op %.1f\n", seconds * 1e9 / static_cast<double>(count));
+        std::printf("cpu_ns_per_op %.1f\n",
+                    count > 0 ? seconds * 1e9 / static_cast<double>(count) : 0.0);
         return 0;
     }
     std::fprintf(stderr, "compare_peers: no case %s %s\n", argv[2], argv[3]);
