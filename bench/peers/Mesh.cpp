@@ -44,7 +44,8 @@ struct Plate {
     // The same plate as a boundary file for the tool.
     std::string write() const {
         const char* tmp = std::getenv("TMPDIR");
-        const std::string path = std::string(tmp && *tmp ? tmp : "/tmp") + "/compare_peers_plate.txt";
+        const std::string path =
+            std::string(tmp && *tmp ? tmp : "/tmp") + "/compare_peers_plate.txt";
         std::ofstream out(path);
         auto loop = [&](const double* p) {
             for (int i = 0; i <= 4; ++i) out << p[2 * (i % 4)] << ' ' << p[2 * (i % 4) + 1] << '\n';
@@ -74,8 +75,8 @@ std::function<void()> meshIt(double maxArea) {
     return [plate, mesher, maxArea] {
         quietStdout();
         std::vector<int> sizes = plate->holeSizes;
-        int n = mesher->mesh_it(plate->boundary.data(), 4, nullptr, 0, nullptr, 0, 3,
-                                sizes.data(), plate->holes.data(), maxArea, false, nullptr);
+        int n = mesher->mesh_it(plate->boundary.data(), 4, nullptr, 0, nullptr, 0, 3, sizes.data(),
+                                plate->holes.data(), maxArea, false, nullptr);
         keep(n);
     };
 }
@@ -138,8 +139,8 @@ std::function<void()> cli(double maxArea) {
     const std::string file = Plate().write();
     const std::string area = std::to_string(maxArea);
     return [tool, file, area] {
-        std::vector<std::string> args{tool, "mesh", file, "--method", "triangle", "--max-area",
-                                      area, "-q"};
+        std::vector<std::string> args{tool,       "mesh",       file, "--method",
+                                      "triangle", "--max-area", area, "-q"};
         std::vector<char*> argv;
         for (std::string& a : args) argv.push_back(a.data());
         argv.push_back(nullptr);

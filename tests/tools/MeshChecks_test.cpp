@@ -113,8 +113,10 @@ Coverage referenceCoverage(const Region& region, const Mesh& mesh) {
 
 void expectSameChecks(const Region& region, const Mesh& mesh, const std::string& what) {
     const Quality q = measureQuality(mesh), r = referenceQuality(mesh);
-    EXPECT_TRUE(sameBits(q.minAngle, r.minAngle)) << what << ": " << q.minAngle << " " << r.minAngle;
-    EXPECT_TRUE(sameBits(q.maxAngle, r.maxAngle)) << what << ": " << q.maxAngle << " " << r.maxAngle;
+    EXPECT_TRUE(sameBits(q.minAngle, r.minAngle))
+        << what << ": " << q.minAngle << " " << r.minAngle;
+    EXPECT_TRUE(sameBits(q.maxAngle, r.maxAngle))
+        << what << ": " << q.maxAngle << " " << r.maxAngle;
     EXPECT_TRUE(sameBits(q.maxAspect, r.maxAspect)) << what;
     EXPECT_TRUE(sameBits(q.meanAspect, r.meanAspect)) << what;
     EXPECT_EQ(q.concave, r.concave) << what;
@@ -130,8 +132,8 @@ void expectSameChecks(const Region& region, const Mesh& mesh, const std::string&
 }
 
 TEST(MeshChecks, AnswerAsFirstWrittenOnTriangleMeshes) {
-    const Region plate = parseBoundaryText(
-        "0 0\n100 0\n100 60\n0 60\n0 0\n\n10 20\n10 30\n20 30\n20 20\n10 20\n");
+    const Region plate =
+        parseBoundaryText("0 0\n100 0\n100 60\n0 60\n0 0\n\n10 20\n10 30\n20 30\n20 20\n10 20\n");
     for (double area : {50.0, 2.0, 0.3}) {
         const TriangleResult result = meshWithTriangle(plate, area, false);
         expectSameChecks(plate, result.mesh, "area " + std::to_string(area));
