@@ -93,16 +93,20 @@ inline double binary(double left, double right, int& error) {
     if constexpr (Op == CExpression::kScaled) return left * std::pow(10.0, right);
 }
 
-// The operators and functions in the order of their codes in the flat form.
-#define ZEV_UNARY_OPERATIONS(X)                                                   \
-    X(0, '!')                                                                     \
-    X(1, '|')                                                                     \
-    X(2, CExpression::kSin)                                                       \
-    X(3, CExpression::kCos) X(4, CExpression::kExp) X(5, CExpression::kSqrt)      \
-        X(6, CExpression::kLog) X(7, CExpression::kTan) X(8, CExpression::kCotan) \
-            X(9, CExpression::kAsin) X(10, CExpression::kAcos) X(11, CExpression::kAtan)
-#define ZEV_BINARY_OPERATIONS(X) \
-    X(0, '+') X(1, '-') X(2, '*') X(3, '/') X(4, '^') X(5, '<') X(6, '>') X(7, CExpression::kScaled)
+// The operators and functions in the order of their codes in the flat form. (Laid out by
+// hand: clang-format gives these lists a different layout on every run.)
+// clang-format off
+#define ZEV_UNARY_OPERATIONS(X)                                           \
+    X(0, '!') X(1, '|')                                                   \
+    X(2, CExpression::kSin) X(3, CExpression::kCos)                       \
+    X(4, CExpression::kExp) X(5, CExpression::kSqrt)                      \
+    X(6, CExpression::kLog) X(7, CExpression::kTan)                       \
+    X(8, CExpression::kCotan) X(9, CExpression::kAsin)                    \
+    X(10, CExpression::kAcos) X(11, CExpression::kAtan)
+#define ZEV_BINARY_OPERATIONS(X)                                          \
+    X(0, '+') X(1, '-') X(2, '*') X(3, '/') X(4, '^') X(5, '<') X(6, '>') \
+    X(7, CExpression::kScaled)
+// clang-format on
 
 // -1 for a code that is not a function or unary operator.
 int unaryIndex(std::uint8_t op) {
