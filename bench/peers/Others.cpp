@@ -2,9 +2,6 @@
 #include "peers/Cases.h"
 
 namespace peers {
-std::vector<Case> dxfCases() {
-    return {};
-}
 std::vector<Case> otherCases() {
     return {};
 }
