@@ -26,17 +26,6 @@ std::string pointText(const Point& p) {
     return text;
 }
 
-bool insideLoop(const Point& p, const std::vector<Point>& loop) {
-    bool inside = false;
-    for (size_t i = 0, j = loop.size() - 1; i < loop.size(); j = i++) {
-        const Point& a = loop[i];
-        const Point& b = loop[j];
-        if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x)
-            inside = !inside;
-    }
-    return inside;
-}
-
 constexpr double kPi = 3.14159265358979323846;
 // Arcs become chords of at most this angle.
 constexpr double kArcStep = kPi / 18;
@@ -206,12 +195,12 @@ Region readDxfRegion(const std::string& path) {
         throw InputError(0, "the drawing has no closed polyline or closed chain of lines");
 
     // The outer loop is the one no other loop holds; holes lie in it, and nothing deeper.
-    std::vector<int> depth(loops.size(), 0);
-    for (size_t i = 0; i < loops.size(); ++i)
-        for (size_t j = 0; j < loops.size(); ++j)
-            if (i != j && loops[i].size() >= 1 && loops[j].size() >= 3 &&
-                insideLoop(loops[i][0], loops[j]))
-                ++depth[i];
+    const LoopLayout layout = layOutLoops(loops);
+    if (layout.meet)
+        throw InputError(0, layout.first.loop == layout.second.loop
+                                ? "the loop crosses itself"
+                                : "the loop crosses an earlier loop");
+    const std::vector<int>& depth = layout.depth;
     const auto outers = std::count(depth.begin(), depth.end(), 0);
     if (outers != 1)
         throw InputError(0, std::string("the drawing holds ") + std::to_string(outers) +

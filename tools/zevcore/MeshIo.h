@@ -50,6 +50,24 @@ private:
     int m_line;
 };
 
+/// Whether the closed segments a-b and c-d touch or cross.
+bool segmentsMeet(const Point& a, const Point& b, const Point& c, const Point& d);
+
+/// How closed loops lie (each a list of corners, the closing side implied). With `meet`, two
+/// sides meet (touch, cross or overlap; the two sides of a corner excepted): `first` and
+/// `second` name one such pair, `first` in the earlier loop (or the earlier side of one loop).
+/// Without, `parent` gives the innermost loop around each loop (-1 for none) and `depth` how
+/// many loops hold it. An n log n sweep.
+struct LoopLayout {
+    struct Place {
+        int loop = -1, side = -1;
+    };
+    bool meet = false;
+    Place first, second;
+    std::vector<int> parent, depth;
+};
+LoopLayout layOutLoops(const std::vector<std::vector<Point>>& loops);
+
 /// Parses the text of a boundary file (see docs/mesh.md). Throws InputError on anything that
 /// is not a valid region: non-numbers, too few points, a loop not closed, a loop crossing
 /// itself or another, a hole outside the outer boundary. Orients the outer loop
