@@ -18,6 +18,7 @@
 
 #include "tools/zevcore/Args.h"
 #include "tools/zevcore/Command.h"
+#include "tools/zevcore/MeshDxf.h"
 #include "tools/zevcore/MeshIo.h"
 #include "tools/zevcore/Numbers.h"
 #include "tools/zevcore/Output.h"
@@ -34,17 +35,22 @@ constexpr const char* kHelp =
     "       zevcore dxf entities FILE\n"
     "       zevcore dxf sample OUT.dxf\n"
     "\n"
-    "info  prints the sections in the order they stand, each table with its entries, the\n"
-    "      blocks with their entity counts, and the entities of model space counted by type\n"
+    "info  prints the sections in the order they stand, the drawing's version, length unit\n"
+    "      and code page, each table with its entries, the blocks with their entity counts,\n"
+    "      and the entities of model space counted by type\n"
     "      (entities of kinds the reader does not know are passed over and not counted;\n"
     "      LWPOLYLINE counts as POLYLINE)\n"
     "entities  prints each entity of model space on a line: its type, layer and colour,\n"
     "      then its numbers (LINE x1 y1 z1 x2 y2 z2; POINT x y z; CIRCLE x y z r; ARC x y z\n"
     "      r start end; ELLIPSE x y z mx my mz ratio start end; TEXT x y height rotation\n"
     "      and the text; SOLID and 3DFACE the four corners' x y z; INSERT x y xscale yscale\n"
-    "      rotation and the block; POLYLINE flags and each vertex's x y z bulge)\n"
+    "      rotation and the block, then columns rows column-spacing row-spacing for an\n"
+    "      array; POLYLINE flags and each vertex's x y z bulge; MTEXT x y height rotation\n"
+    "      and its words; HATCH its paths and vertices). Names and texts are given in\n"
+    "      UTF-8, read in the file's code page ($DWGCODEPAGE) before R2007\n"
     "svg   draws model space as the drawing paints itself (lines, arcs, circles, ellipses,\n"
-    "      polylines, solids and faces as outlines, texts, inserted blocks), scaled to fit\n"
+    "      polylines with bulged sides as arcs, solids, faces and hatches as outlines, texts\n"
+    "      and MTEXT lines, inserted blocks and arrays), scaled to fit\n"
     "      800 units across (OUT.svg - for standard output)\n"
     "sample writes a drawing with an entity of every kind the library writes, through the\n"
     "      drawing database: line types, layers, a text style, a block and its insert, a\n"
@@ -80,6 +86,10 @@ const char* entityName(int type) {
             return "DIMENSION";
         case ENT_FACE3D:
             return "3DFACE";
+        case ENT_MTEXT:
+            return "MTEXT";
+        case ENT_HATCH:
+            return "HATCH";
         default:
             return "?";
     }
@@ -149,13 +159,17 @@ int runInfo(const std::string& path) {
     std::map<std::string, int> entities;
     int entityTotal = 0;
     auto record = std::make_unique<DXFTABLERECORD>();
+    tag_DXFHEADERVARS vars;
+    dxfReadMoreKinds(h, 1);
     while (unsigned long section = dxfFindNextSection(h)) {
         sections.push_back(sectionName(section));
-        if (section == SEC_TABLES) {
+        if (section == SEC_HEADER) {
+            dxfReadHeaderVars(h, &vars);
+        } else if (section == SEC_TABLES) {
             while (unsigned long type = dxfReadTableType(h, record.get())) {
                 const std::string name = tableName(type);
                 if (tables.empty() || tables.back().first != name) tables.push_back({name, {}});
-                tables.back().second.push_back(record->Layer.Name);
+                tables.back().second.push_back(record->Layer.Name);  // read as bytes
             }
         } else if (section == SEC_BLOCKS) {
             tag_DXFBLOCKHEADER block;
@@ -175,14 +189,23 @@ int runInfo(const std::string& path) {
 
     out << "sections:";
     for (const std::string& s : sections) out << ' ' << s;
-    out << "\ntables:\n";
+    const meshio::LengthUnit unit = meshio::drawingUnit(vars);
+    out << "\nversion: " << (vars.AcadVer[0] ? vars.AcadVer : "none given") << "\nunits: ";
+    if (unit.source.empty())
+        out << "none given (taken as " << unit.label << ", the unit style's small length)";
+    else
+        out << unit.label << " (" << unit.source << ')';
+    out << "\ncode page: " << (vars.CodePage[0] ? vars.CodePage : "none given") << '\n';
+    out << "tables:\n";
     for (const auto& [name, entries] : tables) {
         out << "  " << name << " (" << entries.size() << "):";
-        for (size_t i = 0; i < entries.size(); ++i) out << (i ? ", " : " ") << entries[i];
+        for (size_t i = 0; i < entries.size(); ++i)
+            out << (i ? ", " : " ") << meshio::drawingText(entries[i], vars);
         out << '\n';
     }
     out << "blocks (" << blocks.size() << "):\n";
-    for (const auto& [name, n] : blocks) out << "  " << name << ": " << n << " entities\n";
+    for (const auto& [name, n] : blocks)
+        out << "  " << meshio::drawingText(name, vars) << ": " << n << " entities\n";
     out << "entities (" << entityTotal << "):\n";
     for (const auto& [name, n] : entities) out << "  " << name << ' ' << n << '\n';
     std::cout << out.str();
@@ -203,11 +226,15 @@ int runEntities(const std::string& path) {
     tag_DXFENTITYHEADER eh;
     auto e = std::make_unique<DXFENTITYDATA>();
     bool any = false;
+    tag_DXFHEADERVARS vars;
+    dxfReadMoreKinds(h, 1);
     while (unsigned long section = dxfFindNextSection(h)) {
         any = true;
+        if (section == SEC_HEADER) dxfReadHeaderVars(h, &vars);
         if (section != SEC_ENTITIES) continue;
         while (int type = dxfReadEntityData(h, &eh, e.get())) {
-            out << entityName(type) << '\t' << eh.LayerName << '\t' << eh.Color << '\t';
+            out << entityName(type) << '\t' << meshio::drawingText(eh.LayerName, vars) << '\t'
+                << eh.Color << '\t';
             switch (type) {
                 case ENT_LINE: {
                     const tag_ENTLINE& l = e->Line;
@@ -240,9 +267,20 @@ int runEntities(const std::string& path) {
                 case ENT_TEXT: {
                     const tag_ENTTEXT& t = e->Text.Text;
                     out << numbers({t.Point0.x, t.Point0.y, t.Height, t.RotationAngle}) << '\t'
-                        << t.strText;
+                        << meshio::drawingText(t.strText, vars);
                     break;
                 }
+                case ENT_MTEXT: {
+                    const tag_DXFENTMTEXT& m = e->MText;
+                    std::string words = meshio::plainMText(meshio::drawingText(m.strText, vars));
+                    std::replace(words.begin(), words.end(), '\n', '|');
+                    out << numbers({m.Point0.x, m.Point0.y, m.Height, m.RotationAngle}) << '\t'
+                        << words;
+                    break;
+                }
+                case ENT_HATCH:
+                    out << ' ' << e->Hatch.nPaths << ' ' << e->Hatch.nVertex;
+                    break;
                 case ENT_SOLID:
                 case ENT_FACE3D:
                     for (const tag_REALPOINT* p :
@@ -253,7 +291,12 @@ int runEntities(const std::string& path) {
                     const tag_ENTINSERT& in = e->Insert.Insert;
                     out << numbers(
                                {in.Point0.x, in.Point0.y, in.XScale, in.YScale, in.RotationAngle})
-                        << '\t' << e->Insert.BlockName;
+                        << '\t' << meshio::drawingText(e->Insert.BlockName, vars);
+                    tag_DXFENTITYEXTRA extra{};
+                    dxfGetEntityExtra(h, &extra);
+                    if (extra.Columns > 1 || extra.Rows > 1)
+                        out << '\t' << extra.Columns << ' ' << extra.Rows
+                            << numbers({extra.ColumnSpacing, extra.RowSpacing});
                     break;
                 }
                 case ENT_POLYLINE: {
@@ -323,8 +366,9 @@ public:
         if (angle != 0.0)
             m_out << " transform=\"rotate(" << -angle * 180 / std::numbers::pi << ' ' << x << ' '
                   << y << ")\"";
-        m_out << '>' << escaped(text) << "</text>\n";
+        m_out << '>' << escaped(meshio::drawingText(text, m_header).c_str()) << "</text>\n";
     }
+    void setHeader(const tag_DXFHEADERVARS& header) { m_header = header; }
 
 private:
     static std::string hex(COLORREF c) {
@@ -353,7 +397,18 @@ private:
         return out;
     }
     std::ostringstream m_out;
+    tag_DXFHEADERVARS m_header;
 };
+
+// The header's variables: the first section, when it is the HEADER.
+tag_DXFHEADERVARS headerOf(const std::string& path) {
+    tag_DXFHEADERVARS vars;
+    if (HDXF h = dxfOpenFile(path.c_str())) {
+        if (dxfFindNextSection(h) == SEC_HEADER) dxfReadHeaderVars(h, &vars);
+        dxfCloseFile(h);
+    }
+    return vars;
+}
 
 struct Box {
     double minX = std::numeric_limits<double>::infinity(), minY = minX;
@@ -444,6 +499,7 @@ int runSvg(const std::string& path, const std::string& outPath) {
     drawing.SetViewProperties(&view);
 
     SvgPainter svg;
+    svg.setHeader(headerOf(path));
     svg.stream() << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                  << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\""
                  << height << "\" viewBox=\"0 0 " << width << ' ' << height

@@ -43,15 +43,21 @@ const char* const kHelp =
     "  --max-area A      triangle: the largest area of a triangle (default: the area of an\n"
     "                    equilateral triangle of side --size)\n"
     "  --conforming      triangle: a conforming Delaunay mesh instead of a quality mesh\n"
-    "  --size S          element size (default: a sixteenth of the larger side of the\n"
-    "                    region's bounding box)\n"
+    "  --size S          element size: a number in the drawing's unit, or a length with\n"
+    "                    its unit (\"15 mm\", \"0.5 in\"; default: a sixteenth of the larger\n"
+    "                    side of the region's bounding box)\n"
+    "  --layer NAME      DXF: take outlines and points from this layer only (repeatable);\n"
+    "                    without it, closed loops come from every layer and a layer whose\n"
+    "                    lines close no loop is passed over with a note\n"
     "  --divisions N     divisions per boundary line (accepted; the paver sizes by --size)\n"
     "  --limit N         the mesher's iteration limit, 1 to 9999 (default 1)\n"
     "  --extended        paver: caps scaled with the region, no concave element, and every\n"
     "                    front closed (see docs/mesh.md)\n"
     "  --keep-partial    write the files even when the mesh failed\n"
     "  --svg FILE        write a picture of the mesh (- for standard output)\n"
-    "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII (- for standard output)\n"
+    "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII (- for standard output), with\n"
+    "                    the boundary's edges as line elements and physical groups: one for\n"
+    "                    each loop (the outer edge, each hole) and one for the surface\n"
     "  --dxf FILE        write the mesh as a DXF drawing: each element a closed polyline on\n"
     "                    layer MESH, the boundary on layer BOUNDARY (- for standard output)\n"
     "  --dxf-faces       in that drawing, each element a 3DFACE instead\n"
@@ -70,7 +76,8 @@ struct Options {
     std::optional<int> shape;
     std::string input;
     std::string method = "paver";
-    std::optional<double> size;
+    std::string size;
+    std::vector<std::string> layers;
     int divisions = 0;
     int limit = 1;
     std::string svg, msh, dxf;
@@ -162,7 +169,8 @@ Options readOptions(const std::vector<std::string>& args) {
     std::vector<std::string> inputs = ArgReader(args)
                                           .whole("--shape", o.shape, 1, 5)
                                           .text("--method", o.method)
-                                          .number("--size", o.size, Bound::Positive)
+                                          .text("--size", o.size)
+                                          .texts("--layer", o.layers)
                                           .whole("--divisions", o.divisions, 0, INT_MAX)
                                           .whole("--limit", o.limit, 1, 9999)
                                           .text("--svg", o.svg)
@@ -187,17 +195,56 @@ Options readOptions(const std::vector<std::string>& args) {
     return o;
 }
 
-Region readRegion(const Options& o) {
-    if (o.shape) return builtInShape(*o.shape);
+bool isDrawing(const std::string& in) {
+    return in.size() > 4 &&
+           (in.compare(in.size() - 4, 4, ".dxf") == 0 || in.compare(in.size() - 4, 4, ".DXF") == 0);
+}
+
+// The region, its loops' names and the element size in the input's unit.
+struct Input {
+    Region region;
+    std::vector<std::string> names;
+    double size = 0.0;
+    int insUnits = 0;
+};
+
+Input readInput(const Options& o) {
+    Input in;
+    if (!o.layers.empty() && !isDrawing(o.input))
+        throw UsageError("--layer goes with a DXF drawing");
     try {
-        const std::string& in = o.input;
-        const bool drawing = in.size() > 4 && (in.compare(in.size() - 4, 4, ".dxf") == 0 ||
-                                               in.compare(in.size() - 4, 4, ".DXF") == 0);
-        return drawing ? readDxfRegion(in) : readBoundaryFile(in);
+        std::optional<DxfRegion> drawing;
+        if (o.shape)
+            in.region = builtInShape(*o.shape);
+        else if (isDrawing(o.input))
+            drawing = readDxfOutlines(o.input, o.layers);
+        else
+            in.region = readBoundaryFile(o.input);
+        const LengthUnit unit = drawing ? drawing->unit : styleSmallLength();
+        if (drawing) {
+            for (const std::string& note : drawing->notes)
+                std::cerr << "zevcore mesh: " << o.input << ": " << note << '\n';
+            in.names = drawing->names;
+            in.insUnits = drawing->unit.insUnits;
+        }
+        if (!o.size.empty() && !parseLength(o.size, unit, in.size))
+            throw UsageError(
+                "--size must be a number above 0, or a length with its unit (\"15 mm\"), not '" +
+                o.size + "'");
+        if (drawing) {
+            if (o.size.empty()) in.size = defaultSize(drawing->region(0.0));
+            in.region = drawing->region(in.size);
+            if (!o.quiet)
+                std::cerr << "units: " << unit.label
+                          << (unit.source.empty() ? " (taken: the drawing gives none)"
+                                                  : " (" + unit.source + ")")
+                          << "; element size " << in.size << ' ' << unit.label << '\n';
+        }
     } catch (const InputError& e) {
         std::string where = o.input + (e.line() > 0 ? ":" + std::to_string(e.line()) : "");
         throw UsageError(where + ": " + e.what());
     }
+    return in;
 }
 
 Result runTriangle(const Region& region, const Options& o, double size) {
@@ -226,10 +273,11 @@ void checkSize(const Region& region, double size, bool paver) {
 
 int runMesh(const std::vector<std::string>& args) {
     const Options o = readOptions(args);
-    const Region region = readRegion(o);
+    const Input input = readInput(o);
+    const Region& region = input.region;
     if (const std::string problem = coordinateProblem(region); !problem.empty())
         throw UsageError("the region " + problem);
-    const double size = o.size ? *o.size : defaultSize(region);
+    const double size = input.size > 0.0 ? input.size : defaultSize(region);
     checkSize(region, size, o.method != "triangle");
     const Result result =
         o.method == "triangle" ? runTriangle(region, o, size) : runPaver(region, o, size);
@@ -263,8 +311,9 @@ int runMesh(const std::vector<std::string>& args) {
         failure = "the elements do not cover the region";
     PendingOutputs outputs;
     if (!o.svg.empty()) outputs.add(o.svg, svgText(region, result.mesh));
-    if (!o.msh.empty()) outputs.add(o.msh, mshText(result.mesh));
-    if (!o.dxf.empty()) outputs.add(o.dxf, dxfMeshText(region, result.mesh, o.dxfFaces));
+    if (!o.msh.empty()) outputs.add(o.msh, mshText(result.mesh, region, input.names));
+    if (!o.dxf.empty())
+        outputs.add(o.dxf, dxfMeshText(region, result.mesh, o.dxfFaces, input.insUnits));
     if (failure.empty() || o.keepPartial) outputs.commit();
     if (!failure.empty()) throw std::runtime_error(failure);
     return kSuccess;

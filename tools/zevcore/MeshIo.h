@@ -112,5 +112,10 @@ std::string svgText(const Region& region, const Mesh& mesh);
 /// The mesh as Gmsh MSH 2.2 ASCII: nodes (z = 0) and elements (type 3 for quadrilaterals,
 /// 2 for triangles).
 std::string mshText(const Mesh& mesh);
+/// As above, with the boundary's sides (those of one element) as 2-node line elements and
+/// physical groups: one of dimension 1 for each loop of the region, named by `names` (else
+/// "outer", "hole 1", ...), its sides being those nearest it, and "surface" (dimension 2,
+/// numbered after the loops) for the elements.
+std::string mshText(const Mesh& mesh, const Region& region, const std::vector<std::string>& names);
 
 }  // namespace zevtool::meshio

@@ -13,6 +13,7 @@
 
 #include "tools/zevcore/Args.h"
 #include "tools/zevcore/Command.h"
+#include "tools/zevcore/MeshDxf.h"
 #include "tools/zevcore/MeshIo.h"
 #include "tools/zevcore/MeshTriangle.h"
 #include "tools/zevcore/Output.h"
@@ -51,8 +52,10 @@ const char* const kHelp =
     "  --solid           filled elements only (the solid mode, lit)\n"
     "                    (neither or both: filled elements with their outlines)\n"
     "  --method NAME     the mesher for a boundary: paver (default) or triangle\n"
-    "  --element-size S  element size when meshing (default: a sixteenth of the larger side\n"
-    "                    of the region's bounding box)\n"
+    "  --element-size S  element size when meshing: a number, or a length with its unit\n"
+    "                    (\"15 mm\"; a bare number is in the unit style's small length)\n"
+    "                    (default: a sixteenth of the larger side of the region's box)\n"
+    "  --layer NAME      a DXF drawing's entities on this layer only (repeatable)\n"
     "  -q, --quiet       no summary on standard output\n"
     "  -h, --help        show this help and exit\n"
     "\n"
@@ -67,6 +70,8 @@ struct Options {
     std::optional<int> shape;
     std::string input, out, size = "800x600", method = "paver";
     std::optional<double> elementSize;
+    std::string elementSizeText;
+    std::vector<std::string> layers;
     bool wireframe = false, solid = false, quiet = false;
 };
 
@@ -167,7 +172,7 @@ Scene readScene(const Options& o) {
             s.mesh = render::readMshFile(in);
             return s;
         } else if (endsWith(in, ".dxf")) {
-            s.drawing = render::readDxfDrawing(in);
+            s.drawing = render::readDxfDrawing(in, o.layers);
             return s;
         } else {
             s.region = meshio::readBoundaryFile(in);
@@ -190,13 +195,25 @@ Options readOptions(const std::vector<std::string>& args) {
                                           .flag("--wireframe", o.wireframe)
                                           .flag("--solid", o.solid)
                                           .text("--method", o.method)
-                                          .number("--element-size", o.elementSize, Bound::Positive)
+                                          .text("--element-size", o.elementSizeText)
+                                          .texts("--layer", o.layers)
                                           .flag("-q|--quiet", o.quiet)
                                           .parse(1);
     if (!inputs.empty()) o.input = inputs[0];
     if (o.shape.has_value() == !o.input.empty())
         throw UsageError("give either --shape N or a file");
     if (o.out.empty()) throw UsageError("--out FILE is required");
+    if (!o.elementSizeText.empty()) {
+        double size = 0.0;
+        if (!meshio::parseLength(o.elementSizeText, meshio::styleSmallLength(), size))
+            throw UsageError(
+                "--element-size must be a number above 0, or a length with its unit (\"15 mm\"), "
+                "not '" +
+                o.elementSizeText + "'");
+        o.elementSize = size;
+    }
+    if (!o.layers.empty() && !(endsWith(o.input, ".dxf")))
+        throw UsageError("--layer goes with a DXF drawing");
     if (o.method != "paver" && o.method != "triangle")
         throw UsageError("unknown method '" + o.method + "' (available: paver, triangle)");
     return o;

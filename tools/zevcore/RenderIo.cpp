@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 #include "tools/zevcore/Args.h"
+#include "tools/zevcore/MeshDxf.h"
 #include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/platform/Locale.h"
 
@@ -199,85 +200,42 @@ std::string pngBytes(int width, int height, const std::vector<unsigned char>& rg
     return bytes;
 }
 
-Drawing readDxfDrawing(const std::string& path) {
+Drawing readDxfDrawing(const std::string& path, const std::vector<std::string>& layers) {
     {
         std::ifstream probe(path);
         if (!probe) throw InputError(0, "cannot read the file");
     }
-    CDrawing source;
-    if (!source.Create() || !source.LoadDXFFile(path.c_str()))
-        throw InputError(0, "the file holds no drawing that can be read");
+    const meshio::Drawing source = meshio::readDrawing(path, true);
+    auto chosen = [&](const std::string& layer) {
+        if (layers.empty()) return true;
+        for (const std::string& l : layers)
+            if (meshio::sameLayerName(l, layer)) return true;
+        return false;
+    };
+    // Curves in sides too short to see: a ten-thousandth of the drawing's extent from the
+    // curve at most.
+    double extent = 0.0;
+    for (const meshio::Shape& shape : source.shapes)
+        for (const meshio::Piece& p : shape.pieces)
+            for (const meshio::Point& q : {p.start(), p.end(), p.c})
+                if (std::isfinite(q.x) && std::isfinite(q.y))
+                    extent = std::max({extent, std::fabs(q.x), std::fabs(q.y)});
+    const double size = extent > 0.0 ? extent / 100.0 : 1.0;
     Drawing drawing;
-    auto line = [&](double x1, double y1, double x2, double y2) {
-        if (std::isfinite(x1) && std::isfinite(y1) && std::isfinite(x2) && std::isfinite(y2))
-            drawing.lines.push_back({meshio::Point{x1, y1}, meshio::Point{x2, y2}});
-    };
-    // Curves as chords of at most 10 degrees.
-    auto arc = [&](double cx, double cy, double rx, double ry, double angle, double from,
-                   double to) {
-        if (!(to > from)) to += 2 * M_PI;
-        const int parts = std::clamp(static_cast<int>(std::ceil((to - from) / (M_PI / 18))), 1, 72);
-        const double c = std::cos(angle), s = std::sin(angle);
-        auto at = [&](double t) {
-            const double x = rx * std::cos(t), y = ry * std::sin(t);
-            return meshio::Point{cx + x * c - y * s, cy + x * s + y * c};
-        };
-        for (int k = 0; k < parts; ++k) {
-            const meshio::Point a = at(from + (to - from) * k / parts);
-            const meshio::Point b = at(from + (to - from) * (k + 1) / parts);
-            line(a.x, a.y, b.x, b.y);
-        }
-    };
-    tag_ENTITYHEADER header;
-    auto e = std::make_unique<DRWENTITYDATA>();
-    constexpr double kDegree = M_PI / 180;
-    for (unsigned long flags = FIND_FIRST;
-         drwFindEntity(source.Handle(), nullptr, &header, e.get(), flags); flags = FIND_NEXT) {
-        if (drawing.lines.size() > 10'000'000)
-            throw InputError(0, "the drawing has more than 10,000,000 lines");
-        switch (header.EntityType) {
-            case ENT_LINE:
-                line(e->Line.Point0.x, e->Line.Point0.y, e->Line.Point1.x, e->Line.Point1.y);
-                break;
-            case ENT_CIRCLE:
-                arc(e->Circle.Point0.x, e->Circle.Point0.y, e->Circle.Radius, e->Circle.Radius, 0,
-                    0, 2 * M_PI);
-                break;
-            case ENT_ARC:
-                arc(e->Arc.Point0.x, e->Arc.Point0.y, e->Arc.Radius, e->Arc.Radius, 0,
-                    e->Arc.StartAngle * kDegree, e->Arc.EndAngle * kDegree);
-                break;
-            case ENT_ELLIPSE: {
-                const tag_ENTELLIPSE& el = e->Ellipse;
-                const double major = std::hypot(el.MajorAxisEndPoint.x, el.MajorAxisEndPoint.y);
-                arc(el.CenterPoint.x, el.CenterPoint.y, major, major * el.MinorToMajorRatio,
-                    std::atan2(el.MajorAxisEndPoint.y, el.MajorAxisEndPoint.x), el.StartParam,
-                    el.EndParam);
-                break;
+    for (const meshio::Shape& shape : source.shapes) {
+        if (!chosen(shape.layer)) continue;
+        for (const meshio::Piece& piece : shape.pieces) {
+            std::vector<meshio::Point> points;
+            meshio::appendPiece(points, piece, size);
+            points.push_back(piece.end());
+            for (size_t k = 0; k + 1 < points.size(); ++k) {
+                const meshio::Point &a = points[k], &b = points[k + 1];
+                if (std::isfinite(a.x) && std::isfinite(a.y) && std::isfinite(b.x) &&
+                    std::isfinite(b.y))
+                    drawing.lines.push_back({a, b});
             }
-            case ENT_SOLID:
-            case ENT_FACE3D: {
-                // A solid's third and fourth corners go the other way round from a face's.
-                const bool solid = header.EntityType == ENT_SOLID;
-                const tag_REALPOINT* p[4] = {&e->Solid.Point0, &e->Solid.Point1,
-                                             solid ? &e->Solid.Point3 : &e->Solid.Point2,
-                                             solid ? &e->Solid.Point2 : &e->Solid.Point3};
-                for (int k = 0; k < 4; ++k)
-                    line(p[k]->x, p[k]->y, p[(k + 1) % 4]->x, p[(k + 1) % 4]->y);
-                break;
-            }
-            case ENT_POLYLINE: {
-                const tag_ENTPOLYLINE& pl = e->PolyLine;
-                const DWORD n = pl.nVertex;
-                for (DWORD k = 0; pl.pVertex && k + 1 < n + ((pl.Flag & 1) ? 1 : 0); ++k) {
-                    const tag_REALPOINT& a = pl.pVertex[k].Point;
-                    const tag_REALPOINT& b = pl.pVertex[(k + 1) % n].Point;
-                    line(a.x, a.y, b.x, b.y);
-                }
-                break;
-            }
-            default:
-                break;
+            if (drawing.lines.size() > 10'000'000)
+                throw InputError(0, "the drawing has more than 10,000,000 lines");
         }
     }
     if (drawing.lines.empty())

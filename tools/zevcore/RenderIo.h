@@ -30,9 +30,10 @@ struct Drawing {
     std::vector<std::array<meshio::Point, 2>> lines;
 };
 
-/// A DXF drawing's lines, arcs, circles, ellipses, polylines, solids and faces, curves as
-/// chords of at most 10 degrees, for the renderer to draw as it draws a mesh's outlines.
+/// A DXF drawing's lines, arcs, circles, ellipses, polylines, solids, faces and hatch
+/// outlines, its blocks placed (see meshio::readDrawing), curves as sides that stray from them
+/// by at most a ten-thousandth of the drawing's extent; with `layers`, those layers' alone.
 /// Throws meshio::InputError on line 0 for a file that cannot be read or holds no lines.
-Drawing readDxfDrawing(const std::string& path);
+Drawing readDxfDrawing(const std::string& path, const std::vector<std::string>& layers = {});
 
 }  // namespace zevtool::render

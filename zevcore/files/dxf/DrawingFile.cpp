@@ -1,4 +1,6 @@
+#include <cmath>
 #include <cstring>
+#include <string>
 
 #include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/files/dxf/DrawingStore.hpp"
@@ -206,12 +208,79 @@ void addReadEntity(tag_DRAWING* d, unsigned long block, const tag_DXFENTITYHEADE
     drwAddEntity_Direct(d, block, &h, &e);
 }
 
+// The database has no MTEXT, HATCH or array insert: an MTEXT comes in as a TEXT for each of
+// its lines, a HATCH as a closed polyline for each boundary path, an array insert as an
+// INSERT for each of its places.
+void addOtherEntity(tag_DRAWING* d, HDXF f, unsigned long block, tag_DXFENTITYHEADER& fh,
+                    DXFENTITYDATA& fe) {
+    constexpr double kPi = 3.14159265358979323846;
+    if (fh.EntityType == ENT_MTEXT) {
+        const tag_DXFENTMTEXT m = fe.MText;
+        std::string words(sizeof m.strText, '\0');
+        words.resize(dxfMTextPlain(m.strText, words.data(), words.size()));
+        const double r = m.RotationAngle * kPi / 180;
+        // Lines run down from the top of the first, five thirds of the height apart.
+        std::size_t from = 0;
+        for (int line = 0; from <= words.size() && line < 1000; ++line) {
+            std::size_t end = words.find('\n', from);
+            if (end == std::string::npos) end = words.size();
+            const double down = m.Height * (1.0 + line * 5.0 / 3.0);
+            std::memset(&fe.Text, 0, sizeof fe.Text);
+            tag_ENTTEXT& t = fe.Text.Text;
+            t.Point0 = {m.Point0.x + std::sin(r) * down, m.Point0.y - std::cos(r) * down, 0.0};
+            t.Height = m.Height;
+            t.RotationAngle = m.RotationAngle;
+            copyName(t.strText, words.substr(from, end - from).c_str());
+            copyName(fe.Text.TextStyleName, m.TextStyleName);
+            fh.EntityType = ENT_TEXT;
+            if (end > from) addReadEntity(d, block, fh, fe);
+            from = end + 1;
+        }
+        return;
+    }
+    if (fh.EntityType == ENT_HATCH) {
+        const tag_DXFENTHATCH hatch = fe.Hatch;
+        fh.EntityType = ENT_POLYLINE;
+        for (DWORD i = 0; i < hatch.nVertex;) {
+            DWORD end = i + 1;
+            while (end < hatch.nVertex && !(hatch.pVertex[end].Flag & 1)) ++end;
+            fe.PolyLine = {hatch.pVertex + i, end - i, 1};
+            addReadEntity(d, block, fh, fe);
+            i = end;
+        }
+        fh.EntityType = ENT_HATCH;
+        fe.Hatch = hatch;  // released by the caller
+        return;
+    }
+    // An array insert: its spacing runs along the insert's turned axes.
+    tag_DXFENTITYEXTRA extra{};
+    dxfGetEntityExtra(f, &extra);
+    const tag_ENTINSERT in = fe.Insert.Insert;
+    const double r = in.RotationAngle * kPi / 180;
+    const int columns = extra.Columns < 1 ? 1 : (extra.Columns > 1000 ? 1000 : extra.Columns);
+    const int rows = extra.Rows < 1 ? 1 : (extra.Rows > 1000 ? 1000 : extra.Rows);
+    for (int row = 0; row < rows; ++row)
+        for (int column = 0; column < columns; ++column) {
+            const double dx = column * extra.ColumnSpacing, dy = row * extra.RowSpacing;
+            fe.Insert.Insert.Point0.x = in.Point0.x + std::cos(r) * dx - std::sin(r) * dy;
+            fe.Insert.Insert.Point0.y = in.Point0.y + std::sin(r) * dx + std::cos(r) * dy;
+            addReadEntity(d, block, fh, fe);
+        }
+}
+
 // Reads the entities of the section or block, into `block` when `keep`.
 void readEntities(tag_DRAWING* d, HDXF f, unsigned long block, bool keep = true) {
     tag_DXFENTITYHEADER fh;
     auto* fe = new DXFENTITYDATA;
+    dxfReadMoreKinds(f, 1);
     while (dxfReadEntityData(f, &fh, fe)) {
-        if (keep) addReadEntity(d, block, fh, *fe);
+        tag_DXFENTITYEXTRA extra{};
+        dxfGetEntityExtra(f, &extra);
+        const bool array = fh.EntityType == ENT_INSERT && (extra.Columns > 1 || extra.Rows > 1);
+        if (keep && (fh.EntityType == ENT_MTEXT || fh.EntityType == ENT_HATCH || array))
+            addOtherEntity(d, f, block, fh, *fe);
+        else if (keep)
+            addReadEntity(d, block, fh, *fe);
         dxfFreeEntityData(&fh, fe);
         const std::size_t size = dxfGetFileSize(f);
         UpdateProgressDialog(size ? static_cast<double>(dxfGetReadPosition(f)) / size : 1.0,

@@ -133,6 +133,57 @@ struct Painter {
         out.Arc(dc, c.x, c.y, r * k * scale, a0 + turn, a1 + turn, color);
     }
 
+    // Straight runs as polylines, bulged sides as arcs.
+    void polyline(const Placement& p, const tag_ENTPOLYLINE& pl, COLORREF color) const {
+        const DWORD n = pl.nVertex;
+        const bool closed = (pl.Flag & 1) != 0;
+        auto bulged = [&](DWORD i) {
+            const double b = pl.pVertex[i].Bulge;
+            return b != 0.0 && std::isfinite(b) && (closed || i + 1 < n);
+        };
+        bool any = false;
+        for (DWORD i = 0; i < n && !any; ++i) any = bulged(i);
+        std::vector<ZEVPaintPoint> pts;
+        if (!any) {
+            for (DWORD i = 0; i < n; ++i)
+                pts.push_back(device(p, pl.pVertex[i].Point.x, pl.pVertex[i].Point.y));
+            out.Polyline(dc, pts.data(), static_cast<int>(pts.size()), closed, color);
+            return;
+        }
+        auto flush = [&] {
+            if (pts.size() > 1)
+                out.Polyline(dc, pts.data(), static_cast<int>(pts.size()), false, color);
+            pts.clear();
+        };
+        const DWORD sides = closed ? n : (n ? n - 1 : 0);
+        for (DWORD i = 0; i < sides; ++i) {
+            const tag_REALPOINT& a = pl.pVertex[i].Point;
+            const tag_REALPOINT& b = pl.pVertex[(i + 1) % n].Point;
+            if (!bulged(i)) {
+                if (pts.empty()) pts.push_back(device(p, a.x, a.y));
+                pts.push_back(device(p, b.x, b.y));
+                continue;
+            }
+            flush();
+            // The bulge is the tangent of a quarter of the arc's turn, counter-clockwise when
+            // positive; the centre lies off the chord's middle.
+            const double theta = 4.0 * std::atan(pl.pVertex[i].Bulge);
+            const double chord = std::hypot(b.x - a.x, b.y - a.y);
+            if (!(chord > 0.0)) continue;
+            const double offset = chord / (2.0 * std::tan(theta / 2.0));
+            const double cx = (a.x + b.x) / 2 - (b.y - a.y) / chord * offset;
+            const double cy = (a.y + b.y) / 2 + (b.x - a.x) / chord * offset;
+            const double r = std::hypot(a.x - cx, a.y - cy);
+            const double from = std::atan2(a.y - cy, a.x - cx);
+            const double to = std::atan2(b.y - cy, b.x - cx);
+            if (theta > 0)
+                arc(p, cx, cy, r, from, to, color);
+            else
+                arc(p, cx, cy, r, to, from, color);
+        }
+        flush();
+    }
+
     void entity(const Placement& p, const tag_ENTITYHEADER& h, const DRWENTITYDATA& e,
                 int depth) const {
         const COLORREF color = colorOf(h);
@@ -200,15 +251,9 @@ struct Painter {
                 out.Polyline(dc, pts, 4, true, color);
                 break;
             }
-            case ENT_POLYLINE: {
-                std::vector<ZEVPaintPoint> pts;
-                for (DWORD i = 0; i < e.PolyLine.nVertex; ++i)
-                    pts.push_back(
-                        device(p, e.PolyLine.pVertex[i].Point.x, e.PolyLine.pVertex[i].Point.y));
-                out.Polyline(dc, pts.data(), static_cast<int>(pts.size()),
-                             (e.PolyLine.Flag & 1) != 0, color);
+            case ENT_POLYLINE:
+                polyline(p, e.PolyLine, color);
                 break;
-            }
             case ENT_INSERT: {
                 const tag_ENTINSERT& in = e.Insert;
                 const tag_BLOCKHEADER* b = blockByHandle(d, in.BlockHeaderObjhandle);

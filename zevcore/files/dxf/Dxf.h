@@ -61,6 +61,10 @@ inline constexpr WORD ENT_INSERT = 14;
 inline constexpr WORD ENT_POLYLINE = 19;
 inline constexpr WORD ENT_DIMENSION = 23;
 inline constexpr WORD ENT_FACE3D = 37;
+/// Kinds the reader yields only when asked (dxfReadMoreKinds); the database has no such
+/// records.
+inline constexpr WORD ENT_MTEXT = 200;
+inline constexpr WORD ENT_HATCH = 201;
 
 /// The most pattern elements a line type holds; more in a file are not kept.
 inline constexpr int DXF_MAX_LTYPE_ELEMENTS = 30;
@@ -178,6 +182,31 @@ struct tag_DXFENTDIMENSION {
     char BlockName[512];
 };
 
+/// An MTEXT: its text as the file holds it (the 3 groups, then the 1), formatting codes and
+/// all, cut at 2,047 bytes; see Dxf::plainMText for the words alone.
+struct tag_DXFENTMTEXT {
+    tag_REALPOINT Point0;
+    double Height;
+    double RectangleWidth;  // 41
+    double RotationAngle;   // degrees: group 50, or the direction of 11/21
+    DWORD Attachment;       // 71: 1 top left ... 9 bottom right
+    DWORD Reserved;
+    char strText[2048];
+    char TextStyleName[512];
+};
+/// A HATCH's boundary paths as one vertex list, each path a closed run of vertices with
+/// their bulges; a path's first vertex has bit 1 of its Flag set. Edges of lines and arcs
+/// become vertices and bulges, ellipse edges 32 chords, spline edges their control points.
+/// The vertices are allocated: release them with dxfFreeEntityData.
+struct tag_DXFENTHATCH {
+    tag_ENTVERTEX* pVertex;
+    DWORD nVertex;
+    DWORD nPaths;
+    DWORD SolidFill;  // 70
+    DWORD Reserved;
+    char PatternName[512];
+};
+
 /// What dxfReadEntityData fills: the data of any entity kind.
 union DXFENTITYDATA {
     tag_ENTLINE Line;
@@ -191,7 +220,10 @@ union DXFENTITYDATA {
     tag_DXFENTINSERT Insert;
     tag_ENTPOLYLINE PolyLine;
     tag_DXFENTDIMENSION Dimension;
+    tag_DXFENTMTEXT MText;
+    tag_DXFENTHATCH Hatch;
 };
+static_assert(sizeof(tag_DXFENTMTEXT) <= sizeof(tag_DXFENTDIMENSION));
 
 struct tag_DXFLTYPE {
     char Name[512];
@@ -377,3 +409,40 @@ ZEVCORE_API void dxfSetPaperSpace(int paperSpace);
 /// The reader's progress: bytes consumed and the file's size.
 ZEVCORE_API std::size_t dxfGetReadPosition(HDXF hDxf);
 ZEVCORE_API std::size_t dxfGetFileSize(HDXF hDxf);
+
+// ---- Beyond the original set: the header's variables, an entity's handle and array, more
+// kinds, and header variables written.
+
+/// What a file's HEADER says about its units and its text.
+struct tag_DXFHEADERVARS {
+    char AcadVer[16] = "";   // $ACADVER: "AC1009" is R12, "AC1015" R2000, "AC1032" R2018
+    int InsUnits = 0;        // $INSUNITS: 0 none, 1 in, 2 ft, 4 mm, 5 cm, 6 m, ...
+    int Measurement = -1;    // $MEASUREMENT: 0 imperial, 1 metric; -1 absent
+    char CodePage[32] = "";  // $DWGCODEPAGE, as "ANSI_1252"
+};
+/// Reads the variables above to the end of the HEADER section that dxfFindNextSection has
+/// just found; other variables are passed over. 0 (nothing read) outside HEADER.
+ZEVCORE_API int dxfReadHeaderVars(HDXF hDxf, tag_DXFHEADERVARS* vars);
+
+/// What the last entity dxfReadEntityData answered carried beyond its record.
+struct tag_DXFENTITYEXTRA {
+    char Handle[32];  // group 5; "" when none
+    int Columns;      // an INSERT's array (MINSERT): 70 and 71, 1 when absent
+    int Rows;
+    double ColumnSpacing;  // 44
+    double RowSpacing;     // 45
+};
+ZEVCORE_API int dxfGetEntityExtra(HDXF hDxf, tag_DXFENTITYEXTRA* extra);
+
+/// With `on`, dxfReadEntityData also answers MTEXT (ENT_MTEXT, data.MText) and HATCH
+/// (ENT_HATCH, data.Hatch) instead of passing them over.
+ZEVCORE_API int dxfReadMoreKinds(HDXF hDxf, int on);
+
+/// In an open HEADER section: the variable `name` with one integer group.
+ZEVCORE_API int dxfHeaderInteger(HDXF hDxf, const char* name, int code, int value);
+
+/// The words of an MTEXT's text into `out` (NUL-terminated, at most `capacity` - 1 bytes, never
+/// a character cut in two), its formatting codes stripped: "\P" is a new line, "\~" a space,
+/// "{\fArial;Plate}" is "Plate", "\S1^2;" is "1/2". "\U+XXXX" and "%%c" are kept, as in a
+/// TEXT, for the caller who knows the file's code page. The length written.
+ZEVCORE_API std::size_t dxfMTextPlain(const char* text, char* out, std::size_t capacity);

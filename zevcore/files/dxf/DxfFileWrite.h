@@ -91,6 +91,10 @@ public:
         return dxfDimLinear(m_hDxf, x1, y1, x2, y2, x3, y3, angle, text) != 0;
     }
 
+    /// In the HEADER section: a variable with one integer group (as $INSUNITS 70).
+    bool HeaderInteger(const char* name, int code, int value) {
+        return dxfHeaderInteger(m_hDxf, name, code, value) != 0;
+    }
     bool WriteParameter(int code, int value) {
         return dxfWriteParamInteger(m_hDxf, code, value) != 0;
     }

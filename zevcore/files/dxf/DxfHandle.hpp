@@ -50,6 +50,8 @@ struct tag_DXF {
     int Code = 0;
     std::size_t ValueLength = 0;
     char Value[4096] = "";
+    bool MoreKinds = false;      // MTEXT and HATCH answered, not passed over
+    tag_DXFENTITYEXTRA Extra{};  // of the entity last read
 };
 
 namespace Dxf::detail {

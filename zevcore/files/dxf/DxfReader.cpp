@@ -1,8 +1,11 @@
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "zevcore/files/dxf/Dxf.h"
 #include "zevcore/files/dxf/DxfHandle.hpp"
@@ -399,6 +402,11 @@ void readEntityGroups(tag_DXF* d, tag_DXFENTITYHEADER* h, Own own) {
             putBack(d);
             return;
         }
+        // The entity's own handle; a polyline's vertices come later with theirs.
+        if (d->Code == 5 && !d->Extra.Handle[0]) {
+            copyName(d->Extra.Handle, d->Value);
+            continue;
+        }
         if (!storeGroup(kCommonGroups, *h, d->Code, d->Value)) own(d->Code, d->Value);
     }
 }
@@ -571,6 +579,241 @@ void readLwPolyline(tag_DXF* d, tag_DXFENTITYHEADER* h, DXFENTITYDATA& e) {
     p.nVertex = list.count;
 }
 
+// An INSERT, with the rows and columns of an array insert kept aside.
+void readInsert(tag_DXF* d, tag_DXFENTITYHEADER* h, DXFENTITYDATA& e) {
+    tag_DXFENTINSERT& record = e.Insert;
+    std::memset(&record, 0, sizeof record);
+    readEntityGroups(d, h, [&](int code, const char* value) {
+        if (storeGroup(kInsertGroups, record, code, value)) return;
+        if (code == 70) d->Extra.Columns = parseInt(value);
+        if (code == 71) d->Extra.Rows = parseInt(value);
+        if (code == 44) d->Extra.ColumnSpacing = parseReal(value);
+        if (code == 45) d->Extra.RowSpacing = parseReal(value);
+    });
+}
+
+void readMText(tag_DXF* d, tag_DXFENTITYHEADER* h, DXFENTITYDATA& e) {
+    tag_DXFENTMTEXT& m = e.MText;
+    std::memset(&m, 0, sizeof m);
+    std::size_t length = 0;
+    std::size_t lastStart = 0;  // where the 1 group goes: after the 3s read so far
+    double dx = 0.0, dy = 0.0;
+    auto append = [&](const char* value) {
+        const std::size_t n = std::strlen(value);
+        const std::size_t room = sizeof m.strText - 1 - length;
+        const std::size_t take = n < room ? n : room;
+        std::memcpy(m.strText + length, value, take);
+        length += take;
+        m.strText[length] = '\0';
+    };
+    readEntityGroups(d, h, [&](int code, const char* value) {
+        switch (code) {
+            case 1:
+                length = lastStart;
+                append(value);
+                break;
+            case 3:
+                append(value);
+                lastStart = length;
+                break;
+            case 7:
+                copyName(m.TextStyleName, value);
+                break;
+            case 10:
+            case 20:
+            case 30:
+                assign(m.Point0, code, value);
+                break;
+            case 11:
+                dx = parseReal(value);
+                break;
+            case 21:
+                dy = parseReal(value);
+                break;
+            case 40:
+                m.Height = parseReal(value);
+                break;
+            case 41:
+                m.RectangleWidth = parseReal(value);
+                break;
+            case 50:
+                m.RotationAngle = parseReal(value);
+                break;
+            case 71:
+                m.Attachment = static_cast<DWORD>(parseInt(value));
+                break;
+            default:
+                break;
+        }
+    });
+    if (dx != 0.0 || dy != 0.0)
+        m.RotationAngle = std::atan2(dy, dx) * 180.0 / 3.14159265358979323846;
+}
+
+// The boundary paths of a HATCH: a polyline path gives its vertices and bulges, an edge path
+// its edges joined end to start. What follows the paths (pattern lines, seed points) reuses
+// the point codes and is passed over.
+class HatchReader {
+public:
+    explicit HatchReader(tag_DXFENTHATCH& h) : m_h(h) {}
+    ~HatchReader() { std::free(m_list.items); }
+
+    void group(int code, const char* value) {
+        if (m_pathsLeft < 0) {  // before the paths
+            if (code == 2) copyName(m_h.PatternName, value);
+            if (code == 70) m_h.SolidFill = static_cast<DWORD>(parseInt(value));
+            if (code == 91) m_pathsLeft = parseInt(value);
+            return;
+        }
+        if (m_done) return;
+        if (code == 92) return startPath(parseInt(value));
+        if (code == 97 || code == 330) {  // the path's source objects end it
+            if (code == 97) endPath();
+            return;
+        }
+        if (m_polyline) return polylineGroup(code, value);
+        edgeGroup(code, value);
+    }
+
+    void finish(tag_DXFENTHATCH& h) {
+        endPath();
+        h.pVertex = m_list.items;
+        h.nVertex = m_list.count;
+        m_list.items = nullptr;
+    }
+
+private:
+    void startPath(int flags) {
+        endPath();
+        if (m_pathsLeft-- <= 0) {
+            m_done = true;
+            return;
+        }
+        m_inPath = true;
+        m_polyline = (flags & 2) != 0;
+        m_pathStart = m_list.count;
+        m_edge = 0;
+    }
+    void endPath() {
+        if (!m_inPath) return;
+        flushEdge();
+        m_inPath = false;
+        if (m_list.count > m_pathStart) {
+            m_list.items[m_pathStart].Flag |= 1;
+            ++m_h.nPaths;
+        }
+        if (m_pathsLeft == 0) m_done = true;
+    }
+    tag_ENTVERTEX* add(double x, double y, double bulge) {
+        tag_ENTVERTEX* v = m_list.add();
+        if (v) v->Point = {x, y, 0.0}, v->Bulge = bulge;
+        return v;
+    }
+    void polylineGroup(int code, const char* value) {
+        if (code == 10) m_last = add(parseReal(value), 0.0, 0.0);
+        if (code == 20 && m_last) m_last->Point.y = parseReal(value);
+        if (code == 42 && m_last) m_last->Bulge = parseReal(value);
+    }
+    void edgeGroup(int code, const char* value) {
+        if (code == 72) {
+            flushEdge();
+            m_edge = parseInt(value);
+            m_e = Edge{};
+            return;
+        }
+        const double v = parseReal(value);
+        switch (code) {
+            case 10:
+                m_e.x0 = v;
+                if (m_edge == 4 && m_e.control.size() < kMostControl)
+                    m_e.control.push_back({v, 0.0});
+                break;
+            case 20:
+                m_e.y0 = v;
+                if (m_edge == 4 && !m_e.control.empty()) m_e.control.back().second = v;
+                break;
+            case 11:
+                m_e.x1 = v;
+                break;
+            case 21:
+                m_e.y1 = v;
+                break;
+            case 40:
+                m_e.r = v;
+                break;
+            case 50:
+                m_e.a0 = v;
+                break;
+            case 51:
+                m_e.a1 = v;
+                break;
+            case 73:
+                m_e.ccw = parseInt(value) != 0;
+                break;
+            default:
+                break;
+        }
+    }
+    void flushEdge() {
+        constexpr double kPi = 3.14159265358979323846;
+        const int edge = m_edge;
+        m_edge = 0;
+        if (edge == 1) {
+            add(m_e.x0, m_e.y0, 0.0);
+        } else if (edge == 2) {
+            // Angles in degrees, counter-clockwise; a clockwise edge (73 0) stores them
+            // mirrored.
+            double sweep = std::fmod(m_e.a1 - m_e.a0, 360.0);
+            if (!(sweep > 0.0)) sweep += 360.0;
+            const double start = (m_e.ccw ? m_e.a0 : -m_e.a0) * kPi / 180.0;
+            if (!m_e.ccw) sweep = -sweep;
+            add(m_e.x0 + m_e.r * std::cos(start), m_e.y0 + m_e.r * std::sin(start),
+                std::tan(sweep * kPi / 180.0 / 4.0));
+        } else if (edge == 3) {
+            // The major axis end (11, 21) from the centre, the ratio (40), the parameters
+            // (50, 51) in degrees.
+            const double ratio = m_e.r;
+            double sweep = std::fmod(m_e.a1 - m_e.a0, 360.0) * kPi / 180.0;
+            if (!(sweep > 0.0)) sweep += 2 * kPi;
+            const double start = (m_e.ccw ? m_e.a0 : -m_e.a0) * kPi / 180.0;
+            if (!m_e.ccw) sweep = -sweep;
+            for (int k = 0; k < 32; ++k) {
+                const double t = start + sweep * k / 32;
+                const double c = std::cos(t), sn = std::sin(t);
+                add(m_e.x0 + m_e.x1 * c - ratio * m_e.y1 * sn,
+                    m_e.y0 + m_e.y1 * c + ratio * m_e.x1 * sn, 0.0);
+            }
+        } else if (edge == 4) {
+            for (std::size_t k = 0; k + 1 < m_e.control.size(); ++k)
+                add(m_e.control[k].first, m_e.control[k].second, 0.0);
+        }
+    }
+
+    struct Edge {
+        double x0 = 0, y0 = 0, x1 = 0, y1 = 0, r = 0, a0 = 0, a1 = 0;
+        bool ccw = true;
+        std::vector<std::pair<double, double>> control;
+    };
+    static constexpr std::size_t kMostControl = 100000;
+
+    tag_DXFENTHATCH& m_h;
+    VertexList m_list;
+    tag_ENTVERTEX* m_last = nullptr;
+    int m_pathsLeft = -1;
+    bool m_done = false, m_inPath = false, m_polyline = false;
+    DWORD m_pathStart = 0;
+    int m_edge = 0;
+    Edge m_e;
+};
+
+void readHatch(tag_DXF* d, tag_DXFENTITYHEADER* h, DXFENTITYDATA& e) {
+    tag_DXFENTHATCH& hatch = e.Hatch;
+    std::memset(&hatch, 0, sizeof hatch);
+    HatchReader reader(hatch);
+    readEntityGroups(d, h, [&](int code, const char* value) { reader.group(code, value); });
+    reader.finish(hatch);
+}
+
 // The entities read, by their name in a file; any other is passed over.
 struct EntityKind {
     const char* name;
@@ -585,11 +828,13 @@ constexpr EntityKind kEntityKinds[] = {
     {"TEXT", ENT_TEXT, readFields<&DXFENTITYDATA::Text, kTextGroups>},
     {"ARC", ENT_ARC, readFields<&DXFENTITYDATA::Arc, kArcGroups>},
     {"SOLID", ENT_SOLID, readFields<&DXFENTITYDATA::Solid, kSolidGroups>},
-    {"INSERT", ENT_INSERT, readFields<&DXFENTITYDATA::Insert, kInsertGroups>},
+    {"INSERT", ENT_INSERT, readInsert},
     {"POLYLINE", ENT_POLYLINE, readPolyline},
     {"LWPOLYLINE", ENT_POLYLINE, readLwPolyline},
     {"3DFACE", ENT_FACE3D, readFields<&DXFENTITYDATA::Solid, kSolidGroups>},
     {"DIMENSION", ENT_DIMENSION, readFields<&DXFENTITYDATA::Dimension, kDimensionGroups>},
+    {"MTEXT", ENT_MTEXT, readMText},
+    {"HATCH", ENT_HATCH, readHatch},
 };
 
 }  // namespace
@@ -725,6 +970,9 @@ int dxfReadEntityData_Direct(tag_DXF* d, tag_DXFENTITYHEADER* header, void* data
         }
         for (const EntityKind& kind : kEntityKinds) {
             if (!valueIs(d, kind.name)) continue;
+            if ((kind.type == ENT_MTEXT || kind.type == ENT_HATCH) && !d->MoreKinds) break;
+            d->Extra = tag_DXFENTITYEXTRA{};
+            d->Extra.Columns = d->Extra.Rows = 1;
             std::memset(header, 0, sizeof *header);
             header->EntityType = kind.type;
             header->ExtrusionDirection[2] = 1.0;
@@ -747,6 +995,13 @@ int dxfReadEntityData_Direct(tag_DXF* d, tag_DXFENTITYHEADER* header, void* data
 }
 
 void dxfFreeEntityData(const tag_DXFENTITYHEADER* header, void* data) {
+    if (header && data && header->EntityType == ENT_HATCH) {
+        auto* h = static_cast<tag_DXFENTHATCH*>(data);
+        std::free(h->pVertex);
+        h->pVertex = nullptr;
+        h->nVertex = h->nPaths = 0;
+        return;
+    }
     if (!header || !data || header->EntityType != ENT_POLYLINE) return;
     auto* p = static_cast<tag_ENTPOLYLINE*>(data);
     std::free(p->pVertex);
@@ -766,4 +1021,56 @@ std::size_t dxfGetReadPosition(HDXF d) {
 }
 std::size_t dxfGetFileSize(HDXF d) {
     return reading(d) ? d->FileSize : 0;
+}
+
+int dxfReadHeaderVars(HDXF d, tag_DXFHEADERVARS* vars) {
+    if (!reading(d) || !vars || d->ReadSection != SEC_HEADER) return 0;
+    enum { None, AcadVer, InsUnits, Measurement, CodePage } variable = None;
+    while (readGroup(d)) {
+        if (d->Code == 0) {
+            // A section cut short leaves what follows to dxfFindNextSection.
+            if (!isZero(d, "ENDSEC")) putBack(d);
+            d->ReadSection = 0;
+            return 1;
+        }
+        if (d->Code == 9) {
+            variable = valueIs(d, "$ACADVER")       ? AcadVer
+                       : valueIs(d, "$INSUNITS")    ? InsUnits
+                       : valueIs(d, "$MEASUREMENT") ? Measurement
+                       : valueIs(d, "$DWGCODEPAGE") ? CodePage
+                                                    : None;
+            continue;
+        }
+        switch (variable) {
+            case AcadVer:
+                copyName(vars->AcadVer, d->Value);
+                break;
+            case InsUnits:
+                vars->InsUnits = parseInt(d->Value);
+                break;
+            case Measurement:
+                vars->Measurement = parseInt(d->Value);
+                break;
+            case CodePage:
+                copyName(vars->CodePage, d->Value);
+                break;
+            case None:
+                break;
+        }
+        variable = None;
+    }
+    d->ReadSection = 0;
+    return 1;
+}
+
+int dxfGetEntityExtra(HDXF d, tag_DXFENTITYEXTRA* extra) {
+    if (!reading(d) || !extra) return 0;
+    *extra = d->Extra;
+    return 1;
+}
+
+int dxfReadMoreKinds(HDXF d, int on) {
+    if (!reading(d)) return 0;
+    d->MoreKinds = on != 0;
+    return 1;
 }

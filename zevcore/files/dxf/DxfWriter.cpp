@@ -366,3 +366,8 @@ int dxfWriteParamDouble(HDXF d, int code, double value) {
 int dxfWriteParamString(HDXF d, int code, const char* value) {
     return writing(d) && value ? putStr(d, code, value) : 0;
 }
+
+int dxfHeaderInteger(HDXF d, const char* name, int code, int value) {
+    if (!writing(d) || !name || d->CurrentSection != SEC_HEADER) return 0;
+    return putStr(d, 9, name) & putInt(d, code, value);
+}
