@@ -498,14 +498,24 @@ std::string svgText(const Region& region, const Mesh& mesh) {
     return svg.str();
 }
 
+namespace {
+
+// The nodes (z = 0), numbered from 1, and the head of the elements.
+void putNodes(std::ostringstream& msh, const Mesh& mesh) {
+    msh << "$Nodes\n" << mesh.nodes.size() << '\n';
+    for (size_t i = 0; i < mesh.nodes.size(); ++i)
+        msh << i + 1 << ' ' << mesh.nodes[i].x << ' ' << mesh.nodes[i].y << " 0\n";
+    msh << "$EndNodes\n$Elements\n";
+}
+
+}  // namespace
+
 std::string mshText(const Mesh& mesh) {
     std::ostringstream msh;
     msh.imbue(std::locale::classic());
     msh.precision(17);
-    msh << "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n$Nodes\n" << mesh.nodes.size() << '\n';
-    for (size_t i = 0; i < mesh.nodes.size(); ++i)
-        msh << i + 1 << ' ' << mesh.nodes[i].x << ' ' << mesh.nodes[i].y << " 0\n";
-    msh << "$EndNodes\n$Elements\n";
+    msh << "$MeshFormat\n2.2 0 8\n$EndMeshFormat\n";
+    putNodes(msh, mesh);
     std::ostringstream body;
     body.imbue(std::locale::classic());
     size_t written = 0;
@@ -607,10 +617,7 @@ std::string mshText(const Mesh& mesh, const Region& region, const std::vector<st
         msh << "1 " << k + 1 << " \"" << name << "\"\n";
     }
     msh << "2 " << loops + 1 << " \"surface\"\n$EndPhysicalNames\n";
-    msh << "$Nodes\n" << mesh.nodes.size() << '\n';
-    for (size_t i = 0; i < mesh.nodes.size(); ++i)
-        msh << i + 1 << ' ' << mesh.nodes[i].x << ' ' << mesh.nodes[i].y << " 0\n";
-    msh << "$EndNodes\n$Elements\n";
+    putNodes(msh, mesh);
     std::ostringstream body;
     body.imbue(std::locale::classic());
     size_t written = 0;
