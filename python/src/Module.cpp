@@ -8,6 +8,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -94,13 +95,25 @@ py::dict meshOf(zm::Result&& result, bool conforming) {
     py::array_t<double> nodeArray({static_cast<py::ssize_t>(nodes->size()), py::ssize_t{2}},
                                   reinterpret_cast<const double*>(nodes->data()), owner);
 
+    // The elements too: their corner numbers are packed in place to the front of the
+    // vector's own storage, which the array then owns. Element k's corners go to
+    // [corners * k, corners * (k + 1)), never past its own place, so packing in order
+    // overwrites nothing still to be read; memory the mesher already touched is reused.
+    static_assert(sizeof(zm::Element) == 5 * sizeof(std::int32_t) && sizeof(int) == 4,
+                  "an element is its count and four corner numbers");
     const bool triangles = result.method == zm::Method::Triangle;
-    const py::ssize_t corners = triangles ? 3 : 4;
-    const auto& elements = result.mesh.elements;
-    py::array_t<std::int32_t> elementArray({static_cast<py::ssize_t>(elements.size()), corners});
-    std::int32_t* out = elementArray.mutable_data();
-    for (const zm::Element& e : elements)
-        for (py::ssize_t c = 0; c < corners; ++c) *out++ = e.v[static_cast<size_t>(c)];
+    const size_t corners = triangles ? 3 : 4;
+    auto* elements = new std::vector<zm::Element>(std::move(result.mesh.elements));
+    py::capsule elementOwner(elements,
+                             [](void* p) { delete static_cast<std::vector<zm::Element>*>(p); });
+    auto* packed = reinterpret_cast<unsigned char*>(elements->data());
+    for (size_t k = 0; k < elements->size(); ++k) {
+        const std::array<int, 4> v = (*elements)[k].v;
+        std::memcpy(packed + k * corners * sizeof(int), v.data(), corners * sizeof(int));
+    }
+    py::array_t<std::int32_t> elementArray(
+        {static_cast<py::ssize_t>(elements->size()), static_cast<py::ssize_t>(corners)},
+        reinterpret_cast<const std::int32_t*>(packed), elementOwner);
 
     const zm::Quality& q = result.quality;
     const zm::Coverage& c = result.coverage;
@@ -159,13 +172,17 @@ py::dict runMesh(const zm::Region& region, const std::string& method, double siz
         Py_DECREF(answer);
     };
     std::optional<zm::Result> result;
+    double seconds = 0.0;
     bool raised = false, stopped = false;
     std::string error;
     {
         py::gil_scoped_release release;
         std::lock_guard<std::mutex> guard(libraryLock());
         try {
+            const auto start = std::chrono::steady_clock::now();
             result = zm::meshRegion(region, options);
+            seconds =
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         } catch (const PythonRaised&) {
             raised = true;
         } catch (const zm::Stopped&) {
@@ -177,7 +194,9 @@ py::dict runMesh(const zm::Region& region, const std::string& method, double siz
         PyErr_SetString(stoppedType.ptr(), "meshing was stopped");
         throw py::error_already_set();
     }
-    return meshOf(std::move(*result), conforming);
+    py::dict mesh = meshOf(std::move(*result), conforming);
+    mesh["mesher_seconds"] = seconds;
+    return mesh;
 }
 
 // ---- Units -------------------------------------------------------------------------------

@@ -45,7 +45,8 @@ class Mesh:
     ``element_area``, ``region_area``, ``missed_interior_points``, ``interior_points`` and
     ``complete``. ``failure`` is None for a usable mesh, else why it is not (an open front,
     folded elements, elements that do not join or cover the region); ``summary`` is the
-    report as text and ``messages`` the paver's progress lines.
+    report as text and ``messages`` the paver's progress lines. ``mesher_seconds`` is the
+    time the library spent meshing, which tells the package's own share of a call apart.
     """
 
     def __init__(self, result: dict):
@@ -60,6 +61,7 @@ class Mesh:
         self.failure: Optional[str] = result["failure"]
         self.summary: str = result["summary"]
         self.messages: str = result["messages"]
+        self.mesher_seconds: float = result["mesher_seconds"]
 
     @property
     def elements(self) -> np.ndarray:
