@@ -1,8 +1,0 @@
-// Placeholders filled by later families.
-#include "peers/Cases.h"
-
-namespace peers {
-std::vector<Case> otherCases() {
-    return {};
-}
-}  // namespace peers
