@@ -22,6 +22,19 @@ bool isNumberChar(char c) {
     return isDigit(c) || c == '.';
 }
 
+// The parser's reads, here rather than through the exported members so that they inline.
+// The sentinels end every stored text, so the parser never asks past them; the bound check
+// keeps that a certainty rather than an assumption.
+inline char charAt(const std::string& text, int position) {
+    return position >= 0 && static_cast<std::size_t>(position) < text.size() ? text[position]
+                                                                             : '\0';
+}
+
+inline int skipBlanks(const std::string& text, int position) {
+    while (charAt(text, position) == ' ') ++position;
+    return position;
+}
+
 struct FunctionName {
     const char* name;
     std::uint8_t code;
@@ -281,7 +294,7 @@ int CExpression::UpdateArbore() {
     m_nesting = 0;
     m_tooDeep = false;
     m_tree = expresie();
-    if (at(m_position) != '\0') elibmem(m_tree);
+    if (charAt(m_text, m_position) != '\0') elibmem(m_tree);
     m_evaluations = 0;
     return m_tree ? -1 : m_position;
 }
@@ -322,14 +335,11 @@ CExpression::nod* CExpression::CloneTree() const {
 }
 
 char CExpression::at(int position) const {
-    // The sentinels end every stored text, so the parser never asks past them; the bound
-    // check keeps that a certainty rather than an assumption.
-    return position >= 0 && static_cast<std::size_t>(position) < m_text.size() ? m_text[position]
-                                                                               : '\0';
+    return charAt(m_text, position);
 }
 
 void CExpression::SkipSpaces() {
-    while (at(m_position) == ' ') ++m_position;
+    m_position = skipBlanks(m_text, m_position);
 }
 
 CExpression::nod* CExpression::makeNode(std::uint8_t operation, nod* left, nod* right) {
@@ -360,7 +370,7 @@ CExpression::nod* CExpression::makeNumber(int first, int last) {
 CExpression::nod* CExpression::binaryLevel(nod* (CExpression::*next)(), char op1, char op2) {
     nod* tree = (this->*next)();
     while (tree) {
-        char c = at(m_position);
+        char c = charAt(m_text, m_position);
         if (c != op1 && c != op2) break;
         ++m_position;
         nod* right = (this->*next)();
@@ -387,7 +397,7 @@ CExpression::nod* CExpression::logicalOp() {
 }
 
 CExpression::nod* CExpression::sgOp() {
-    if (at(m_position) != '!') return factor();
+    if (charAt(m_text, m_position) != '!') return factor();
     if (++m_nesting > kMaxNesting) {
         m_tooDeep = true;
         return nullptr;
@@ -399,8 +409,8 @@ CExpression::nod* CExpression::sgOp() {
 }
 
 CExpression::nod* CExpression::factor() {
-    SkipSpaces();
-    char c = at(m_position);
+    m_position = skipBlanks(m_text, m_position);
+    char c = charAt(m_text, m_position);
     if (c != '-' && c != '(' && c != '|') return identificator();
     if (++m_nesting > kMaxNesting) {
         m_tooDeep = true;
@@ -416,7 +426,7 @@ CExpression::nod* CExpression::factor() {
         minusOne->value = -1.0;
         return makeNode('*', minusOne, inner);
     }
-    if (at(m_position) != (c == '(' ? ')' : '|')) {
+    if (charAt(m_text, m_position) != (c == '(' ? ')' : '|')) {
         elibmem(inner);
         return nullptr;
     }
@@ -425,32 +435,34 @@ CExpression::nod* CExpression::factor() {
 }
 
 CExpression::nod* CExpression::identificator() {
-    SkipSpaces();
+    m_position = skipBlanks(m_text, m_position);
     const int start = m_position;
     nod* number = nullptr;
-    if (isNumberChar(at(m_position))) {
-        while (isNumberChar(at(m_position))) ++m_position;
+    if (isNumberChar(charAt(m_text, m_position))) {
+        while (isNumberChar(charAt(m_text, m_position))) ++m_position;
         number = makeNumber(start, m_position);
     }
-    char c = at(m_position);
+    char c = charAt(m_text, m_position);
     if (!isLetter(c)) {
-        SkipSpaces();
+        m_position = skipBlanks(m_text, m_position);
         return number;
     }
-    char next = at(m_position + 1);
+    char next = charAt(m_text, m_position + 1);
     if (number && (c == 'e' || c == 'E') && (isDigit(next) || next == '-' || next == '+')) {
         ++m_position;
         const int exponentStart = m_position;
         if (next == '-' || next == '+') ++m_position;
-        while (isNumberChar(at(m_position))) ++m_position;
+        while (isNumberChar(charAt(m_text, m_position))) ++m_position;
         return makeNode(kScaled, number, makeNumber(exponentStart, m_position));
     }
     elibmem(number);  // digits before letters belong to the name ("3x")
-    while (isLetter(at(m_position)) || isDigit(at(m_position))) ++m_position;
+    while (isLetter(charAt(m_text, m_position)) || isDigit(charAt(m_text, m_position)))
+        ++m_position;
     std::string_view name(m_text.data() + start, static_cast<std::size_t>(m_position - start));
 
     char upper[8] = {};
-    if (name.size() < sizeof upper) {
+    // Function names have three to five letters.
+    if (name.size() >= 3 && name.size() <= 5) {
         std::transform(name.begin(), name.end(), upper,
                        [](char ch) { return ch >= 'a' && ch <= 'z' ? char(ch - 'a' + 'A') : ch; });
         for (const FunctionName& function : kFunctions) {
@@ -467,7 +479,7 @@ CExpression::nod* CExpression::identificator() {
                 return nullptr;
             }
             nod* node = makeNode(function.code, operand, nullptr);
-            SkipSpaces();
+            m_position = skipBlanks(m_text, m_position);
             return node;
         }
     }
@@ -478,7 +490,7 @@ CExpression::nod* CExpression::identificator() {
     nod* node = new nod;
     node->operation = kVariable;
     node->name = new CString(text);
-    SkipSpaces();
+    m_position = skipBlanks(m_text, m_position);
     return node;
 }
 
