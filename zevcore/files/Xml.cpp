@@ -207,6 +207,26 @@ void xmlreaderNode::AddElementVal(std::string name, std::string value) {
     m_values[std::move(name)] = std::move(value);
 }
 
+xmlreaderNode* xmlreaderNode::addChild(std::string_view name) {
+    // Children come in order of the cursor while a file is read: then the new one goes last.
+    if (m_children.empty() || m_children.rbegin()->first < m_cursor) {
+        auto child = std::make_unique<xmlreaderNode>(std::string(name), this);
+        xmlreaderNode* added = child.get();
+        m_children.emplace_hint(m_children.end(), m_cursor++, std::move(child));
+        return added;
+    }
+    return AddChildNode(std::string(name));
+}
+
+void xmlreaderNode::setValue(std::string_view name, std::string_view value) {
+    std::string key(name);
+    const auto at = m_values.lower_bound(key);
+    if (at != m_values.end() && at->first == key)
+        at->second.assign(value);
+    else
+        m_values.emplace_hint(at, std::move(key), std::string(value));
+}
+
 std::string xmlreaderNode::GetElementValue(std::string name) {
     return m_values[std::move(name)];
 }
@@ -356,13 +376,13 @@ bool xmlreader::processLine(const char* line, const char* end) {
     const char* text = line + 1;
     const char* nameEnd = text;
     while (nameEnd != end && *nameEnd != ' ' && *nameEnd != '\t' && *nameEnd != '>') ++nameEnd;
-    std::string name(text, nameEnd);
+    const std::string_view name(text, static_cast<std::size_t>(nameEnd - text));
     if (!find(text, end, '<')) {
         if (!m_root) {
-            m_root = std::make_unique<xmlreaderNode>(std::move(name), nullptr);
+            m_root = std::make_unique<xmlreaderNode>(std::string(name), nullptr);
             m_current = m_root.get();
         } else if (m_current) {
-            m_current = m_current->AddChildNode(std::move(name));
+            m_current = m_current->addChild(name);
         } else {
             return false;  // a second element at the top
         }
@@ -372,7 +392,9 @@ bool xmlreader::processLine(const char* line, const char* end) {
     const char* close = find(text, end, '>');
     const char* start = close ? close + 1 : text;
     const char* valueEnd = find(start, end, '<');
-    m_current->AddElementVal(std::move(name), std::string(start, valueEnd ? valueEnd : end));
+    m_current->setValue(
+        name,
+        std::string_view(start, static_cast<std::size_t>((valueEnd ? valueEnd : end) - start)));
     return true;
 }
 

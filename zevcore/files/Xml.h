@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "zevcore/Export.h"
@@ -96,6 +97,11 @@ public:
     static long iObjCnt;
 
 private:
+    friend class xmlreader;
+    // AddChildNode and AddElementVal for the reader, from text it has not copied.
+    xmlreaderNode* addChild(std::string_view name);
+    void setValue(std::string_view name, std::string_view value);
+
     std::string m_name;
     int m_cursor = 0;
     xmlreaderNode* m_parent;
