@@ -18,6 +18,8 @@
 //   later call in it is refused and its commit fails, so no write in it ever lands alone.
 // - Transaction control runs as statements prepared once: parsing BEGIN and COMMIT again on
 //   every call cost more than the read they wrapped.
+// - The connection belongs to this object, which is used by one thread at a time like all of
+//   the store, so it is opened without SQLite's own lock around every call.
 
 #include <pwd.h>
 #include <sqlite3.h>
@@ -26,10 +28,11 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <map>
 #include <memory>
 #include <random>
 #include <thread>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "zevcore/platform/store/SettingsStore.h"
 
@@ -86,11 +89,9 @@ void makeParentFolders(const std::string& path) {
 class Statement {
 public:
     Statement(sqlite3_stmt* stmt, int prepared) : m_stmt(stmt), m_prepared(prepared) {}
+    // Every use binds every parameter, so the bindings need no clearing.
     ~Statement() {
-        if (m_stmt) {
-            sqlite3_reset(m_stmt);
-            sqlite3_clear_bindings(m_stmt);
-        }
+        if (m_stmt) sqlite3_reset(m_stmt);
     }
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
@@ -107,6 +108,15 @@ public:
     Statement& bindBlob(int i, const std::string& bytes) {
         sqlite3_bind_blob(m_stmt, i, bytes.data(), static_cast<int>(bytes.size()),
                           SQLITE_TRANSIENT);
+        return *this;
+    }
+    /// Binds without a copy: `text` must outlive this Statement (declared before it).
+    Statement& bindStatic(int i, const std::string& text) {
+        sqlite3_bind_text(m_stmt, i, text.data(), static_cast<int>(text.size()), SQLITE_STATIC);
+        return *this;
+    }
+    Statement& bindStaticBlob(int i, const std::string& bytes) {
+        sqlite3_bind_blob(m_stmt, i, bytes.data(), static_cast<int>(bytes.size()), SQLITE_STATIC);
         return *this;
     }
     /// SQLITE_ROW, SQLITE_DONE or an error (the preparation's, when it failed).
@@ -167,8 +177,10 @@ struct CZEVFileSettingsStore::Impl {
     LSTATUS batchFailure = ERROR_SUCCESS;
     int snapshotDepth = 0;
     bool snapshotOwnsTransaction = false;
+    std::unordered_set<KeyId> touchedInBatch;
     // Destroyed before `db`, as the database must outlive its statements.
-    std::map<const char*, StatementHandle> statements;
+    // Keyed by the text's address: every statement is a literal of this file.
+    std::unordered_map<const char*, StatementHandle> statements;
     std::minstd_rand random{static_cast<unsigned>(nowMsSinceEpoch())};
 
     ~Impl() { statements.clear(); }
@@ -229,12 +241,13 @@ struct CZEVFileSettingsStore::Impl {
     /// Runs `body` in one transaction (a write transaction when `write`), retrying the whole
     /// of it while the file is busy, up to the deadline. `body` answers an SQLite result and
     /// sets the status to answer; a write whose status is not success is rolled back. A read
-    /// of `oneStatement` is a transaction by itself and needs no BEGIN.
+    /// of `oneStatement` is a transaction by itself and needs no BEGIN; a write of
+    /// `oneStatement` changes nothing when it fails, so inside a batch it needs no savepoint.
     template <typename Body>
     LSTATUS transact(bool write, bool oneStatement, Body body) {
         if (write && snapshotDepth > 0 && batchDepth == 0) return ERROR_ACCESS_DENIED;
         if (connect(write || batchDepth > 0) != ERROR_SUCCESS) return openStatus;
-        if (batchDepth > 0) return inBatch(write, body);
+        if (batchDepth > 0) return inBatch(write, write && !oneStatement, body);
         if (snapshotDepth > 0) return inSnapshot(body);
         const auto deadline =
             std::chrono::steady_clock::now() + std::chrono::milliseconds(deadlineMs);
@@ -266,14 +279,14 @@ struct CZEVFileSettingsStore::Impl {
         return rc == SQLITE_OK ? status : failureOf(rc, false);
     }
 
-    // Inside a batch's transaction: a write is a savepoint of its own, released when it
-    // succeeds and undone when it does not; a read needs none.
+    // Inside a batch's transaction: a write of several statements is a savepoint of its own,
+    // released when it succeeds and undone when it does not; a read needs none.
     template <typename Body>
-    LSTATUS inBatch(bool write, Body body) {
+    LSTATUS inBatch(bool write, bool savepoint, Body body) {
         if (batchFailure != ERROR_SUCCESS) return batchFailure;
         LSTATUS status = ERROR_SUCCESS;
         int rc = SQLITE_OK;
-        if (!write) {
+        if (!savepoint) {
             rc = body(status);
         } else {
             rc = run("SAVEPOINT call");
@@ -309,6 +322,7 @@ struct CZEVFileSettingsStore::Impl {
             if (rc == SQLITE_OK) {
                 batchDepth = 1;
                 batchFailure = ERROR_SUCCESS;
+                touchedInBatch.clear();
                 return ERROR_SUCCESS;
             }
             if (inTransaction()) run("ROLLBACK");
@@ -322,12 +336,16 @@ struct CZEVFileSettingsStore::Impl {
         if (batchDepth == 0) return ERROR_INVALID_PARAMETER;
         if (--batchDepth > 0) {
             if (batchFailure != ERROR_SUCCESS) return batchFailure;
-            if (!commit) run("ROLLBACK TO batch");
+            if (!commit) {
+                run("ROLLBACK TO batch");
+                touchedInBatch.clear();
+            }
             int rc = run("RELEASE batch");
             return rc == SQLITE_OK ? ERROR_SUCCESS : failureOf(rc, true);
         }
         const LSTATUS failure = batchFailure;
         batchFailure = ERROR_SUCCESS;
+        touchedInBatch.clear();
         int rc = failure != ERROR_SUCCESS ? SQLITE_OK : run(commit ? "COMMIT" : "ROLLBACK");
         if (inTransaction()) run("ROLLBACK");
         if (!commit) return ERROR_SUCCESS;
@@ -362,8 +380,9 @@ struct CZEVFileSettingsStore::Impl {
         std::string file = path.str();
         makeParentFolders(file);
         sqlite3* made = nullptr;
-        int opened = sqlite3_open_v2(file.c_str(), &made,
-                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+        int opened = sqlite3_open_v2(
+            file.c_str(), &made, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
+            nullptr);
         db.reset(made);
         if (opened != SQLITE_OK) return;
         sqlite3_busy_timeout(db.get(), kBusyTimeoutMs);
@@ -463,8 +482,9 @@ struct CZEVFileSettingsStore::Impl {
     }
 
     int findChild(KeyId parent, const std::string& name, KeyId& child) {
+        const std::string folded = fold(name);
         Statement s = prepare("SELECT id FROM keys WHERE parent = ?1 AND fold = ?2");
-        s.bind(1, parent).bind(2, fold(name));
+        s.bind(1, parent).bindStatic(2, folded);
         int rc = s.step();
         child = rc == SQLITE_ROW ? s.integer(0) : 0;
         return rc == SQLITE_ROW || rc == SQLITE_DONE ? SQLITE_OK : rc;
@@ -477,16 +497,37 @@ struct CZEVFileSettingsStore::Impl {
         return rc == SQLITE_DONE ? SQLITE_OK : rc;
     }
 
+    // Inside a transaction, before a value of `key` changes: moves the key's write time and
+    // sets `status` to ERROR_KEY_DELETED when the key is gone, in one statement. A batch
+    // moves each key's time once, at its first write (the batch's keys are its own until the
+    // commit, and a deletion in it forgets what was moved).
+    int touchForWrite(KeyId key, LSTATUS& status) {
+        if (batchDepth > 0 && touchedInBatch.count(key)) return SQLITE_OK;
+        int rc = touch(key);
+        if (rc != SQLITE_OK) return rc;
+        if (sqlite3_changes(db.get()) == 0) {
+            status = ERROR_KEY_DELETED;
+            return SQLITE_OK;
+        }
+        if (batchDepth > 0) touchedInBatch.insert(key);
+        return SQLITE_OK;
+    }
+
     // Inside a transaction: finds the path below `parent`, making what is missing when asked.
     int walk(KeyId parent, const std::vector<std::string>& parts, bool create, KeyId& key,
              bool& created, LSTATUS& status) {
-        int rc = requireKey(parent, status);
-        if (rc != SQLITE_OK || status != ERROR_SUCCESS) return rc;
+        int rc = SQLITE_OK;
         created = false;
         key = parent;
         for (const std::string& part : parts) {
             KeyId child = 0;
             if ((rc = findChild(key, part, child)) != SQLITE_OK) return rc;
+            // A child is found only under a parent that is there; a miss under the first
+            // parent may mean that the parent itself is gone.
+            if (child == 0 && key == parent) {
+                if ((rc = requireKey(parent, status)) != SQLITE_OK || status != ERROR_SUCCESS)
+                    return rc;
+            }
             if (child == 0) {
                 if (!create) {
                     status = ERROR_FILE_NOT_FOUND;
@@ -503,7 +544,7 @@ struct CZEVFileSettingsStore::Impl {
             }
             key = child;
         }
-        return SQLITE_OK;
+        return parts.empty() ? requireKey(parent, status) : SQLITE_OK;
     }
 };
 
@@ -590,42 +631,50 @@ LSTATUS CZEVFileSettingsStore::OpenKey(KeyId parent, const std::vector<std::stri
 
 LSTATUS CZEVFileSettingsStore::QueryValue(KeyId key, const std::string& name,
                                           ZEVStoredValue& value) {
-    // One statement, so one read transaction of its own: whether the key is there and the
-    // value, seen at the same instant.
+    // A value is there only under a key that is there, so a value found is one statement,
+    // a read transaction of its own. Only a miss asks, in a second one, whether the key went:
+    // the two may see different instants, which decides no more than which of two "not
+    // there" answers is given.
+    const std::string folded = fold(name);
     return m_impl->transact(false, true, [&](LSTATUS& st) {
-        Statement s = m_impl->prepare(
-            "SELECT v.name, v.type, v.data FROM keys k"
-            " LEFT JOIN vals v ON v.key = k.id AND v.fold = ?2 WHERE k.id = ?1");
-        s.bind(1, key).bind(2, fold(name));
-        const int rc = s.step();
-        if (rc != SQLITE_ROW) {
-            st = ERROR_KEY_DELETED;
-            return rc == SQLITE_DONE ? SQLITE_OK : rc;
+        int rc = SQLITE_OK;
+        {
+            Statement s =
+                m_impl->prepare("SELECT type, data FROM vals WHERE key = ?1 AND fold = ?2");
+            s.bind(1, key).bindStatic(2, folded);
+            rc = s.step();
+            if (rc == SQLITE_ROW) {
+                value.name = name;
+                value.type = static_cast<DWORD>(s.integer(0));
+                value.data = s.text(1);
+                return SQLITE_OK;
+            }
+            if (rc != SQLITE_DONE) return rc;
         }
-        if (s.isNull(0)) {
-            st = ERROR_FILE_NOT_FOUND;
-            return SQLITE_OK;
-        }
-        value.name = s.text(0);
-        value.type = static_cast<DWORD>(s.integer(1));
-        value.data = s.text(2);
-        return SQLITE_OK;
+        bool exists = false;
+        rc = m_impl->keyExists(key, exists);
+        st = exists ? ERROR_FILE_NOT_FOUND : ERROR_KEY_DELETED;
+        return rc;
     });
 }
 
 LSTATUS CZEVFileSettingsStore::SetValue(KeyId key, const ZEVStoredValue& value) {
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
-    return m_impl->transact(true, false, [&](LSTATUS& st) {
-        int rc = m_impl->requireKey(key, st);
+    const std::string folded = fold(value.name);
+    // The key's time moves first, which also tells whether the key is there; then the value
+    // is put in one statement. Should that statement fail on its own, all that stays is the
+    // key's moved time, so inside a batch the call needs no savepoint.
+    return m_impl->transact(true, true, [&](LSTATUS& st) {
+        int rc = m_impl->touchForWrite(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         // A value written again under another case keeps the name it was made with.
         Statement s = m_impl->prepare(
             "INSERT INTO vals(key, name, fold, type, data) VALUES (?1, ?2, ?3, ?4, ?5)"
             " ON CONFLICT(key, fold) DO UPDATE SET type = excluded.type, data = excluded.data");
-        s.bind(1, key).bind(2, value.name).bind(3, fold(value.name));
-        s.bind(4, static_cast<std::int64_t>(value.type)).bindBlob(5, value.data);
-        if ((rc = s.step()) != SQLITE_DONE) return rc;
-        return m_impl->touch(key);
+        s.bind(1, key).bindStatic(2, value.name).bindStatic(3, folded);
+        s.bind(4, static_cast<std::int64_t>(value.type)).bindStaticBlob(5, value.data);
+        rc = s.step();
+        return rc == SQLITE_DONE ? SQLITE_OK : rc;
     });
 }
 
@@ -649,6 +698,8 @@ LSTATUS CZEVFileSettingsStore::DeleteKey(KeyId key, bool tree, bool keepKey) {
     if (!keepKey && key <= kRootCount) return ERROR_ACCESS_DENIED;
     if (!IsWritable(key)) return ERROR_ACCESS_DENIED;
     return m_impl->transact(true, false, [&](LSTATUS& st) {
+        // Key numbers are used again: what the batch knows of the keys it wrote is dropped.
+        m_impl->touchedInBatch.clear();
         int rc = m_impl->requireKey(key, st);
         if (rc != SQLITE_OK || st != ERROR_SUCCESS) return rc;
         if (!tree) {

@@ -73,6 +73,7 @@ public:
     /// whether the last part was made by this call.
     virtual LSTATUS OpenKey(KeyId parent, const std::vector<std::string>& parts, bool create,
                             KeyId& key, bool& created) = 0;
+    /// The value's type and data; `value.name` gets `name` as asked.
     virtual LSTATUS QueryValue(KeyId key, const std::string& name, ZEVStoredValue& value) = 0;
     virtual LSTATUS SetValue(KeyId key, const ZEVStoredValue& value) = 0;
     virtual LSTATUS DeleteValue(KeyId key, const std::string& name) = 0;
