@@ -93,17 +93,33 @@ TEST(RenderIo, DxfDrawingsBecomeLines) {
     // The plate: a closed polyline of 4 sides and a hole of 4 lines.
     const render::Drawing plate = render::readDxfDrawing(ZEV_TOOL_TEST_DATA "/dxf/plate.dxf");
     EXPECT_EQ(plate.lines.size(), 8u);
-    // A circle is 36 chords; every chord ends on it.
+    // Curves in sides too short to see.
     const render::Drawing rounded = render::readDxfDrawing(ZEV_TOOL_TEST_DATA "/dxf/rounded.dxf");
     EXPECT_GT(rounded.lines.size(), 36u);
-    for (const char* file : {"plan.dxf", ZEV_TOOL_TEST_DATA "/dxf/not_a_drawing.dxf"}) {
+    // Blocks placed: a bay of four members (a rectangle and an arc each), three times.
+    const render::Drawing frame =
+        render::readDxfDrawing(ZEV_TOOL_TEST_DATA "/dxf/frame_blocks.dxf");
+    EXPECT_GT(frame.lines.size(), 3u * 4u * 5u);
+    EXPECT_EQ(
+        render::readDxfDrawing(ZEV_TOOL_TEST_DATA "/dxf/plate_mm.dxf", {"center"}).lines.size(),
+        4u);
+    const struct {
+        const char* file;
+        std::vector<std::string> layers;
+        const char* message;
+    } bad[] = {
+        {"plan.dxf", {}, "cannot read the file"},
+        {ZEV_TOOL_TEST_DATA "/dxf/not_a_drawing.dxf", {}, "the file holds no DXF sections"},
+        {ZEV_TOOL_TEST_DATA "/dxf/plate.dxf",
+         {"NOPE"},
+         "the drawing has no lines, arcs, circles or polylines"},
+    };
+    for (const auto& b : bad) {
         try {
-            render::readDxfDrawing(file);
-            ADD_FAILURE() << file << ": no error";
+            render::readDxfDrawing(b.file, b.layers);
+            ADD_FAILURE() << b.file << ": no error";
         } catch (const InputError& e) {
-            EXPECT_STREQ(e.what(), std::string(file) == "plan.dxf"
-                                       ? "cannot read the file"
-                                       : "the drawing has no lines, arcs, circles or polylines");
+            EXPECT_STREQ(e.what(), b.message);
         }
     }
 }

@@ -285,7 +285,8 @@ void appendPiece(std::vector<Point>& out, const Piece& p, double size) {
             length += std::hypot(q.x - last.x, q.y - last.y);
             last = q;
         }
-        n = std::max(n, std::ceil(length / (kLongestSide * size)));
+        // The polygon of 64 sides falls short of the curve by less than a thousandth.
+        n = std::max(n, std::ceil(1.001 * length / (kLongestSide * size)));
         const double r = std::max(std::hypot(p.u.x, p.u.y), std::hypot(p.v.x, p.v.y));
         const double tolerance = kChordTolerance * size;
         if (tolerance < r)

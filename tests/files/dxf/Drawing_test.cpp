@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -464,3 +465,70 @@ TEST(Drawing, NullAndDestroyedHandlesAnswerZero) {
 }
 
 }  // namespace
+
+class DrawingRegression : public DrawingTest {};
+
+// A polyline's bulged sides were painted as straight chords.
+TEST_F(DrawingRegression, BulgedSidesArePaintedAsArcs) {
+    tag_ENTVERTEX v[4]{};
+    v[0].Point = {0, 0, 0}, v[0].Bulge = 1.0;  // half a circle counter-clockwise to (4, 0)
+    v[1].Point = {4, 0, 0};
+    v[2].Point = {4, 4, 0}, v[2].Bulge = -1.0;  // half a circle clockwise to (0, 4)
+    v[3].Point = {0, 4, 0};
+    dwg.PolyLine(v, 4, 1);
+    CZEVRecordingPainter painter;
+    IZEVPainter* before = ZEVInstallPainter(&painter);
+    ASSERT_TRUE(dwg.InitView(0, 0, 100, 100));
+    dwg.Paint(nullptr);
+    ZEVInstallPainter(before);
+    std::vector<std::string> kinds;
+    for (const ZEVPaintCall& c : painter.Calls()) kinds.push_back(c.kind);
+    EXPECT_EQ(kinds, (std::vector<std::string>{"FillRect", "SetClip", "Arc", "Polyline", "Arc",
+                                               "Polyline", "SetClip"}));
+    const std::vector<double>& first = painter.Calls()[2].values;  // centre (2, 0), radius 2
+    EXPECT_NEAR(first[2], 2.0, 1e-12);
+    // From (0, 0) counter-clockwise through the bottom to (4, 0).
+    EXPECT_NEAR(std::cos(first[3]), -1.0, 1e-12);
+    EXPECT_NEAR(std::cos(first[4]), 1.0, 1e-12);
+    const std::vector<double>& second = painter.Calls()[4].values;  // clockwise: run backwards
+    EXPECT_NEAR(std::cos(second[3]), -1.0, 1e-12);
+    EXPECT_NEAR(std::cos(second[4]), 1.0, 1e-12);
+}
+
+// MTEXT and HATCH were passed over when loading, and an array insert placed once.
+TEST_F(DrawingRegression, MTextHatchesAndArrayInsertsComeInAsTheDatabasesKinds) {
+    zevtest::TempDir dir;
+    const std::string path = dir.file("m.dxf");
+    zevtest::writeFile(
+        path,
+        "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n2\nB\n10\n0\n20\n0\n0\nPOINT\n10\n0\n20\n0\n"
+        "0\nENDBLK\n0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+        "0\nMTEXT\n10\n0\n20\n10\n40\n2\n1\n{\\fArial;First}\\PSecond\n"
+        "0\nHATCH\n2\nSOLID\n91\n1\n92\n2\n72\n1\n73\n1\n93\n3\n10\n0\n20\n0\n42\n0.5\n"
+        "10\n4\n20\n0\n10\n4\n20\n3\n97\n0\n"
+        "0\nINSERT\n2\nB\n10\n1\n20\n1\n70\n2\n71\n3\n44\n5\n45\n7\n0\nENDSEC\n0\nEOF\n");
+    ASSERT_TRUE(dwg.LoadDXFFile(path.c_str()));
+    EXPECT_TRUE(drwIsValid(h));
+    EXPECT_EQ(types(h), (std::vector<int>{ENT_TEXT, ENT_TEXT, ENT_POLYLINE, ENT_INSERT, ENT_INSERT,
+                                          ENT_INSERT, ENT_INSERT, ENT_INSERT, ENT_INSERT}));
+    tag_ENTITYHEADER eh;
+    DRWENTITYDATA ed;
+    std::vector<std::string> texts;
+    std::vector<std::pair<double, double>> places;
+    for (unsigned long flags = FIND_FIRST; drwFindEntity(h, nullptr, &eh, &ed, flags);
+         flags = FIND_NEXT) {
+        if (eh.EntityType == ENT_TEXT) {
+            texts.push_back(ed.Text.strText);
+            EXPECT_EQ(ed.Text.Height, 2.0);
+        }
+        if (eh.EntityType == ENT_INSERT) places.push_back({ed.Insert.Point0.x, ed.Insert.Point0.y});
+        if (eh.EntityType == ENT_POLYLINE) {
+            EXPECT_EQ(ed.PolyLine.nVertex, 3u);
+            EXPECT_EQ(ed.PolyLine.Flag & 1, 1u);
+            EXPECT_EQ(ed.PolyLine.pVertex[0].Bulge, 0.5);
+        }
+    }
+    EXPECT_EQ(texts, (std::vector<std::string>{"First", "Second"}));
+    EXPECT_EQ(places, (std::vector<std::pair<double, double>>{
+                          {1, 1}, {6, 1}, {1, 8}, {6, 8}, {1, 15}, {6, 15}}));
+}

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -554,3 +555,141 @@ TEST(DxfReader, LinesAcrossTheBufferAndLongerThanTheValueBuffer) {
 }
 
 }  // namespace
+
+// ---- Beyond the original set: header variables, handles and arrays, MTEXT and HATCH.
+
+TEST(DxfReader, ReadsTheHeadersUnitsCodePageAndVersionAndGoesOn) {
+    TempDir dir;
+    const std::string path = dir.file("h.dxf");
+    writeFile(path,
+              "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1015\n9\n$EXTMIN\n10\n0\n20\n0\n"
+              "9\n$INSUNITS\n70\n4\n9\n$MEASUREMENT\n70\n1\n9\n$DWGCODEPAGE\n3\nANSI_1251\n"
+              "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n0\nLINE\n5\n2F\n10\n1\n20\n2\n11\n3\n21\n4\n"
+              "0\nENDSEC\n0\nEOF\n");
+    HDXF h = dxfOpenFile(path.c_str());
+    ASSERT_NE(h, nullptr);
+    tag_DXFHEADERVARS vars;
+    EXPECT_EQ(dxfReadHeaderVars(h, &vars), 0);  // not in HEADER yet
+    ASSERT_EQ(dxfFindNextSection(h), SEC_HEADER);
+    EXPECT_EQ(dxfReadHeaderVars(h, &vars), 1);
+    EXPECT_STREQ(vars.AcadVer, "AC1015");
+    EXPECT_EQ(vars.InsUnits, 4);
+    EXPECT_EQ(vars.Measurement, 1);
+    EXPECT_STREQ(vars.CodePage, "ANSI_1251");
+    ASSERT_EQ(dxfFindNextSection(h), SEC_ENTITIES);
+    tag_DXFENTITYHEADER eh;
+    DXFENTITYDATA e;
+    ASSERT_EQ(dxfReadEntityData(h, &eh, &e), ENT_LINE);
+    tag_DXFENTITYEXTRA extra{};
+    ASSERT_EQ(dxfGetEntityExtra(h, &extra), 1);
+    EXPECT_STREQ(extra.Handle, "2F");
+    EXPECT_EQ(extra.Columns, 1);
+    EXPECT_EQ(e.Line.Point1.y, 4.0);
+    dxfCloseFile(h);
+}
+
+TEST(DxfReader, GivesMTextHatchAndInsertArraysOnlyWhenAsked) {
+    TempDir dir;
+    const std::string path = dir.file("m.dxf");
+    // An MTEXT in two 3 groups and a 1; a HATCH with a polyline path (a bulge) and an edge
+    // path (a line, a clockwise arc, a line), then seed points that reuse the point codes;
+    // an array insert.
+    writeFile(path,
+              "0\nSECTION\n2\nENTITIES\n"
+              "0\nMTEXT\n5\nA1\n8\nT\n10\n1\n20\n2\n40\n2.5\n71\n1\n11\n0\n21\n1\n"
+              "3\n{\\fArial;Pla\n3\nte}\\Pline\n1\n two\n"
+              "0\nHATCH\n8\nH\n10\n0\n20\n0\n2\nSOLID\n70\n1\n91\n2\n"
+              "92\n2\n72\n1\n73\n1\n93\n3\n10\n0\n20\n0\n10\n4\n20\n0\n42\n1\n10\n4\n20\n3\n97\n0\n"
+              "92\n1\n93\n3\n72\n1\n10\n10\n20\n0\n11\n12\n21\n0\n"
+              "72\n2\n10\n12\n20\n1\n40\n1\n50\n90\n51\n270\n73\n0\n"
+              "72\n1\n10\n12\n20\n2\n11\n10\n21\n0\n97\n0\n"
+              "75\n1\n76\n1\n98\n1\n10\n55\n20\n55\n"
+              "0\nINSERT\n2\nB\n10\n5\n20\n6\n70\n3\n71\n2\n44\n10\n45\n20\n"
+              "0\nENDSEC\n0\nEOF\n");
+    for (int more : {0, 1}) {
+        SCOPED_TRACE(more);
+        HDXF h = dxfOpenFile(path.c_str());
+        ASSERT_NE(h, nullptr);
+        ASSERT_EQ(dxfReadMoreKinds(h, more), 1);
+        ASSERT_EQ(dxfFindNextSection(h), SEC_ENTITIES);
+        tag_DXFENTITYHEADER eh;
+        auto e = std::make_unique<DXFENTITYDATA>();
+        if (more) {
+            ASSERT_EQ(dxfReadEntityData(h, &eh, e.get()), ENT_MTEXT);
+            EXPECT_STREQ(e->MText.strText, "{\\fArial;Plate}\\Pline two");
+            EXPECT_EQ(e->MText.Height, 2.5);
+            EXPECT_EQ(e->MText.Attachment, 1u);
+            EXPECT_DOUBLE_EQ(e->MText.RotationAngle, 90.0);  // from the direction 11/21
+            char words[64];
+            EXPECT_EQ(dxfMTextPlain(e->MText.strText, words, sizeof words), 14u);
+            EXPECT_STREQ(words, "Plate\nline two");
+
+            ASSERT_EQ(dxfReadEntityData(h, &eh, e.get()), ENT_HATCH);
+            const tag_DXFENTHATCH& hatch = e->Hatch;
+            EXPECT_STREQ(hatch.PatternName, "SOLID");
+            EXPECT_EQ(hatch.SolidFill, 1u);
+            EXPECT_EQ(hatch.nPaths, 2u);
+            ASSERT_EQ(hatch.nVertex, 6u);
+            EXPECT_EQ(hatch.pVertex[0].Flag & 1, 1u);
+            EXPECT_EQ(hatch.pVertex[1].Bulge, 1.0);
+            EXPECT_EQ(hatch.pVertex[3].Flag & 1, 1u);
+            // The clockwise arc from 90 degrees (stored mirrored): starts at (12, 0), turns
+            // half a circle clockwise.
+            EXPECT_NEAR(hatch.pVertex[4].Point.x, 12.0, 1e-12);
+            EXPECT_NEAR(hatch.pVertex[4].Point.y, 0.0, 1e-12);
+            EXPECT_NEAR(hatch.pVertex[4].Bulge, -1.0, 1e-12);
+            dxfFreeEntityData(&eh, e.get());
+            EXPECT_EQ(e->Hatch.pVertex, nullptr);
+        }
+        ASSERT_EQ(dxfReadEntityData(h, &eh, e.get()), ENT_INSERT);
+        tag_DXFENTITYEXTRA extra{};
+        dxfGetEntityExtra(h, &extra);
+        EXPECT_EQ(extra.Columns, 3);
+        EXPECT_EQ(extra.Rows, 2);
+        EXPECT_EQ(extra.ColumnSpacing, 10.0);
+        EXPECT_EQ(extra.RowSpacing, 20.0);
+        EXPECT_STREQ(extra.Handle, "");
+        EXPECT_EQ(dxfReadEntityData(h, &eh, e.get()), 0);
+        dxfCloseFile(h);
+    }
+}
+
+TEST(DxfText, MTextLosesItsFormattingAndNeverCutsACharacter) {
+    const struct {
+        const char* in;
+        const char* out;
+    } cases[] = {
+        {"plain", "plain"},
+        {"\\A1;{\\H2.5x;\\C1;big} \\Lunder\\l", "big under"},
+        {"a\\Pb\\~c", "a\nb c"},
+        {"\\S1^2; and \\S3#4;", "1/2 and 3/4"},
+        {"\\\\ \\{ \\}", "\\ { }"},
+        {"%%c20 \\U+00D8", "%%c20 \\U+00D8"},  // the caller's, who knows the code page
+        {"\\fArial|b1;unended \\H", "unended "},
+    };
+    for (const auto& c : cases) {
+        char out[64];
+        dxfMTextPlain(c.in, out, sizeof out);
+        EXPECT_STREQ(out, c.out) << c.in;
+    }
+    char small[4];
+    EXPECT_EQ(dxfMTextPlain("ab\xC3\x98", small, sizeof small), 2u);
+    EXPECT_STREQ(small, "ab");
+    EXPECT_EQ(dxfMTextPlain(nullptr, small, sizeof small), 0u);
+}
+
+TEST(DxfWriter, WritesAHeaderVariableOnlyInTheHeader) {
+    TempDir dir;
+    const std::string path = dir.file("u.dxf");
+    {
+        CDxfFileWrite w;
+        ASSERT_TRUE(w.Create(path.c_str()));
+        EXPECT_FALSE(w.HeaderInteger("$INSUNITS", 70, 4));
+        ASSERT_TRUE(w.BeginSection(SEC_HEADER));
+        EXPECT_TRUE(w.HeaderInteger("$INSUNITS", 70, 4));
+        EXPECT_FALSE(w.HeaderInteger(nullptr, 70, 4));
+        EXPECT_TRUE(w.EndSection());
+        EXPECT_TRUE(w.Close());
+    }
+    EXPECT_EQ(groups(readFile(path)), "0 SECTION\n2 HEADER\n9 $INSUNITS\n70 4\n0 ENDSEC\n0 EOF\n");
+}
