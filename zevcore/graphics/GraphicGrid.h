@@ -24,8 +24,9 @@
 #include "zevcore/graphics/PointerArray.h"
 #include "zevcore/platform/String.h"
 
-/// A grid's kind; written to files as 16 bits, and the index of the name table.
-enum ETGraphicGridType {
+/// A grid's kind; written to files as 16 bits, and the index of the name table. Its type is
+/// fixed so that any value a caller or a file brings is a value of it, named or not.
+enum ETGraphicGridType : int {
     gtAddNew = 0,
     gtPolar = 1,
     gtXYPlane = 2,
