@@ -305,6 +305,7 @@ bool StudioWindow::OpenFile(const QString& path) {
     m_region = std::move(region);
     m_hasRegion = true;
     m_mesh = std::move(mesh);
+    m_meshedRegion = {};
     MeshSettings settings;
     if (!readProjectSettings(text, settings)) settings = defaultSettings();
     if (m_grid->IsEditing()) m_grid->FinishEdit(true);
@@ -412,7 +413,9 @@ bool StudioWindow::SaveMesh(const QString& path) {
             tr("Cannot save a mesh as '%1': give a name ending in .msh, .svg or .dxf.").arg(path));
         return false;
     }
-    if (!measureCoverage(m_region, m_mesh).covered() &&
+    const zevtool::meshio::Region& covered =
+        m_meshedRegion.loops.empty() ? m_region : m_meshedRegion;
+    if (!measureCoverage(covered, m_mesh).covered() &&
         m_host.Dialogs().MessageBoxDontAsk(
             m_handle, kQuestionsKey, "SavePartialMesh",
             "The mesh does not cover the region. Save it all the same?", "ZEVCore Studio",
@@ -457,6 +460,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     m_lines = 0;
     // The last mesh goes: what shows while the mesher runs is the region it works on.
     m_mesh = {};
+    m_meshedRegion = {};
     m_view->SetMesh(m_mesh);
     if (m_glView) m_glView->SetMesh(m_mesh);
     m_summary->setPlainText(tr("Meshing..."));
@@ -494,6 +498,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
             PaverResult result = meshWithPaver(m_region, options);
             mesh = std::move(result.mesh);
             missed = result.missedInteriorPoints;
+            m_meshedRegion = std::move(result.meshed);
             if (!result.complete) failure = tr("the mesher stopped before every front was closed");
         } catch (const MeshStopped&) {
             stopped = true;
@@ -536,7 +541,8 @@ bool StudioWindow::showSummary(const std::string& method, int missed, const QStr
     std::string summary = summaryText(method, m_mesh, quality, missed,
                                       static_cast<int>(m_region.interiorPoints.size()));
     if (method == "triangle") summary += triangleSummaryText(m_mesh, quality, false);
-    const Coverage coverage = measureCoverage(m_region, m_mesh);
+    const Coverage coverage =
+        measureCoverage(m_meshedRegion.loops.empty() ? m_region : m_meshedRegion, m_mesh);
     char line[200];
     std::snprintf(line, sizeof line, "covered:           %s (folded elements: %d)\n",
                   coverage.covered() ? "yes" : "no", coverage.folded);

@@ -135,6 +135,8 @@ private:
     std::unique_ptr<CFileRecovery> m_recovery;
 
     zevtool::meshio::Region m_region;
+    /// The region the last paver run covered, when it divided a curve afresh; else no loops.
+    zevtool::meshio::Region m_meshedRegion;
     zevtool::meshio::Mesh m_mesh;
     bool m_hasRegion = false;
     QString m_sourcePath;

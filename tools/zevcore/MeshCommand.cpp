@@ -287,7 +287,7 @@ int runMesh(const std::vector<std::string>& args) {
                              static_cast<int>(region.interiorPoints.size()));
     if (o.method == "triangle")
         std::cout << triangleSummaryText(result.mesh, quality, o.conforming);
-    const Coverage coverage = measureCoverage(region, result.mesh);
+    const Coverage coverage = measureCoverage(coveredRegion(region, result), result.mesh);
     char line[200];
     std::snprintf(line, sizeof line,
                   "joined:            %s (open sides %.6g of outline %.6g; sides misjoined: %d)\n",

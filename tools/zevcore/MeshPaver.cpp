@@ -48,6 +48,11 @@ PaverResult meshWithPaver(const Region& region, const PaverOptions& options) {
         result.mesh.elements.push_back(e);
     }
     result.missedInteriorPoints = model.MissedInteriorPoints();
+    for (const auto& loop : model.MeshedLoops()) {
+        std::vector<Point> points;
+        for (const Paver::CPoint2D& p : loop) points.push_back({p.x, p.y});
+        result.meshed.loops.push_back(std::move(points));
+    }
     return result;
 }
 

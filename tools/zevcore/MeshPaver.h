@@ -14,7 +14,16 @@ struct PaverResult {
     int missedInteriorPoints = 0;
     /// False when the mesher stopped with a front still open.
     bool complete = true;
+    /// The region as the mesher divided its outline (extended mode divides a polyline drawn
+    /// for a curve afresh, with every node on the drawn outline): the region the elements
+    /// cover. No loops when it meshed the region as drawn.
+    Region meshed;
 };
+
+/// The region a mesh is to cover: what the mesher meshed when it says so, else the drawn one.
+inline const Region& coveredRegion(const Region& drawn, const PaverResult& result) {
+    return result.meshed.loops.empty() ? drawn : result.meshed;
+}
 
 struct PaverOptions {
     double size = 1.0;

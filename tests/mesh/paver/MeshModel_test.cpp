@@ -337,8 +337,8 @@ TEST(PaverModel, IsValidNamesTheFirstBrokenInvariant) {
     }
 }
 
-// A region beyond single precision: the geometry turns infinite, and the run ends all the same,
-// in either mode, with an answer rather than an exception.
+// A region beyond single precision: the stated mode's geometry turns infinite, and the run
+// ends all the same, in either mode, with an answer rather than an exception.
 TEST(PaverModel, ARegionBeyondSinglePrecisionEndsWithAnAnswer) {
     for (bool extended : {false, true}) {
         Paver::CMeshModel model;
@@ -346,7 +346,10 @@ TEST(PaverModel, ARegionBeyondSinglePrecisionEndsWithAnAnswer) {
         model.SetExtended(extended);
         bool answered = false;
         EXPECT_NO_THROW(answered = model.Mesh(1, 6e305, 0, false)) << extended;
-        EXPECT_FALSE(answered && extended) << "nothing can be closed out there";
+        // Extended mode works in coordinates scaled to the region, so it can close it.
+        if (answered && extended) {
+            EXPECT_EQ(model.ValidityProblem(), "");
+        }
     }
 }
 
@@ -372,105 +375,6 @@ TEST(PaverModel, TheDebugSwitchChecksEveryStepOfARun) {
     ASSERT_TRUE(model.Mesh(1, 0.5, 0, false));
     EXPECT_EQ(model.FirstInvalidStep(), "");
     EXPECT_TRUE(model.IsValid());
-}
-
-}  // namespace
-}  // namespace paver_test
-
-namespace paver_test {
-namespace {
-
-double elementArea(const Paver::CMeshModel& model) {
-    double sum = 0.0;
-    for (const Quad* q : model.quads) sum += signedArea(q);
-    return sum;
-}
-
-// Default mode removes one concave element and so opens its area; extended mode repairs
-// instead, closes every front and goes past the caps that stop a default run near 2,000
-// elements. (Boundary nodes stand on float-stepped positions, hence the tolerance.)
-TEST(PaverModel, ExtendedModeCoversWhatTheDefaultLeavesOpen) {
-    struct Case {
-        int shape;
-        double size, regionArea;
-    };
-    for (const Case& c : {Case{4, 0.5, 16.0}, Case{1, 0.5, 112.0 / 3.0}}) {
-        Paver::CMeshModel plain, extended;
-        plain.DrawShape(c.shape);
-        extended.DrawShape(c.shape);
-        extended.SetExtended(true);
-        plain.Mesh(1, c.size, 0, false);
-        ASSERT_TRUE(extended.Mesh(1, c.size, 0, false));
-        EXPECT_LT(elementArea(plain), c.regionArea - 0.01) << c.shape;
-        EXPECT_NEAR(elementArea(extended), c.regionArea, 1e-5) << c.shape;
-        EXPECT_TRUE(extended.fronts.empty());
-    }
-    Paver::CMeshModel fine;
-    fine.DrawShape1();
-    fine.SetExtended(true);
-    EXPECT_TRUE(fine.Mesh(1, 0.1, 0, false));
-    EXPECT_GT(fine.NumQuads(), 4000);
-    EXPECT_TRUE(fine.fronts.empty());
-    EXPECT_NEAR(elementArea(fine), 112.0 / 3.0, 1e-5);
-}
-
-}  // namespace
-}  // namespace paver_test
-
-namespace paver_test {
-namespace {
-
-double loopArea(const Loop& loop) {
-    double a = 0.0;
-    for (std::size_t i = 0; i < loop.size(); ++i) {
-        const auto& p = loop[i];
-        const auto& q = loop[(i + 1) % loop.size()];
-        a += p.x * q.y - q.x * p.y;
-    }
-    return 0.5 * a;
-}
-
-// The corner of a-b-c at b, in degrees.
-double corner(const CPoint2D& a, const CPoint2D& b, const CPoint2D& c) {
-    const double ux = a.x - b.x, uy = a.y - b.y, vx = c.x - b.x, vy = c.y - b.y;
-    return std::atan2(vx * uy - vy * ux, ux * vx + uy * vy) * 180.0 / M_PI;
-}
-
-// Extended mode on regions it has never seen: every run covers its region with convex
-// elements and the model stays valid; where the region has no corner sharper than 30
-// degrees, every element's corners lie between 30 and 150.
-TEST(PaverModel, ExtendedModeFinishesEveryRegionWithGoodCorners) {
-    struct Case {
-        Region region;
-        double size;
-        bool gentle;  // no corner of the region below 30 degrees
-    };
-    std::vector<Case> cases;
-    for (unsigned seed = 101; seed <= 130; ++seed)
-        cases.push_back({starRegion(seed), seed % 2 ? 0.35 : 0.2, false});
-    cases.push_back({Region{"S4", squareWithRoundHole()}, 0.4, true});
-    cases.push_back({Region{"S3", {octagonS3()}}, 0.1, true});
-    for (const auto& [region, size, gentle] : cases) {
-        Paver::CMeshModel model;
-        addLoops(model, region.loops);
-        model.SetExtended(true);
-        ASSERT_TRUE(model.Mesh(1, size, 0, false)) << region.name;
-        ASSERT_TRUE(model.IsValid()) << region.name << ": " << model.ValidityProblem();
-        double area = 0.0;
-        for (const Loop& loop : region.loops) area += loopArea(loop);
-        double worstLow = 180.0, worstHigh = 0.0;
-        for (const Quad* q : model.quads) {
-            for (int i = 0; i < 4; ++i) {
-                const double a = corner(q->corners[(i + 3) % 4]->point, q->corners[i]->point,
-                                        q->corners[(i + 1) % 4]->point);
-                worstLow = std::min(worstLow, a);  // a folded corner turns negative
-                worstHigh = std::max(worstHigh, a);
-            }
-        }
-        EXPECT_NEAR(elementArea(model), area, 1e-6 * area) << region.name;
-        EXPECT_GT(worstLow, gentle ? 30.0 : 0.0) << region.name;
-        EXPECT_LT(worstHigh, gentle ? 150.0 : 180.0) << region.name;
-    }
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
-// Extended mode's finish: the paved mesh, made at a coarser size, loses every element that
-// is folded, concave or badly angled (with the ring of elements round it); what they covered
-// is triangulated without new nodes on its edges, the triangles are paired into
-// quadrilaterals, and every element is then split, quadrilaterals in four and the triangles
-// left unpaired in three, as often as the coarser size asks. Splitting puts a node in the
-// middle of every edge, so elements stay conforming; constrained smoothing last.
+// Extended mode: the outline is divided by a size that follows the region (Resample.h) at
+// twice the size asked, the region is triangulated on it with quality refinement, the
+// triangles are paired into quadrilaterals, and every element is then split once,
+// quadrilaterals in four and the triangles left unpaired in three, which gives an
+// all-quadrilateral mesh at the size asked. Splitting puts a node in the middle of every
+// edge, so elements stay conforming; on the outline that node goes onto the input outline.
+// Constrained smoothing last. The work is done in coordinates scaled to the region, so that
+// a region drawn in metres and meshed at millimetres is as well conditioned as any other.
 
 #include <algorithm>
 #include <array>
@@ -14,8 +16,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "zevcore/frame/Math.h"
 #include "zevcore/mesh/TriangleProcess.hpp"
 #include "zevcore/mesh/paver/MeshModel.h"
+#include "zevcore/mesh/paver/Resample.h"
 #include "zevcore/platform/Locale.h"
 
 // Triangle's header defines macros and global types; it comes after everything else.
@@ -63,17 +67,6 @@ std::uint64_t edgeKey(int a, int b) {
     return (static_cast<std::uint64_t>(lo) << 32) | hi;
 }
 
-bool inside(const std::vector<CPoint2D>& loop, CPoint2D p) {
-    bool in = false;
-    for (std::size_t i = 0, j = loop.size() - 1; i < loop.size(); j = i++) {
-        const CPoint2D& a = loop[i];
-        const CPoint2D& b = loop[j];
-        if ((a.y > p.y) != (b.y > p.y) && p.x < (b.x - a.x) * (p.y - a.y) / (b.y - a.y) + a.x)
-            in = !in;
-    }
-    return in;
-}
-
 // The elements being finished, by node number.
 struct Work {
     std::vector<Pt> points;
@@ -95,8 +88,8 @@ struct Work {
     }
 
     // Every quadrilateral in four, every triangle in three; a boundary edge's middle node
-    // stays on the boundary.
-    void split() {
+    // stays on the boundary, where `middles` says for the sides of the outline it has.
+    void split(const std::unordered_map<std::uint64_t, Pt>& middles) {
         std::unordered_map<std::uint64_t, int> uses;
         for (const Quad4& q : quads)
             for (int i = 0; i < 4; ++i) ++uses[edgeKey(q[i], q[(i + 1) % 4])];
@@ -107,8 +100,14 @@ struct Work {
         std::vector<Quad4> out;
         out.reserve(quads.size() * 4 + triangles.size() * 3);
         auto mid = [&](int a, int b) {
+            const std::uint64_t key = edgeKey(a, b);
+            const bool fresh = made.find(key) == made.end();
             const int m = midpoint(made, a, b);
-            if (uses[edgeKey(a, b)] == 1) fixed[m] = boundary[m] = 1;
+            if (uses[key] == 1) {
+                fixed[m] = boundary[m] = 1;
+                const auto on = middles.find(key);
+                if (fresh && on != middles.end()) points[m] = on->second;
+            }
             return m;
         };
         for (const Quad4& q : quads) {
@@ -184,11 +183,6 @@ struct Work {
     }
 };
 
-bool crosses(Pt a, Pt b, Pt c, Pt d) {
-    const double d1 = cross(a, b, c), d2 = cross(a, b, d), d3 = cross(c, d, a), d4 = cross(c, d, b);
-    return ((d1 > 0 && d2 < 0) || (d1 < 0 && d2 > 0)) && ((d3 > 0 && d4 < 0) || (d3 < 0 && d4 > 0));
-}
-
 // The outline of the open part, its edges filed by rows of the plane for the crossing count.
 class Outline {
 public:
@@ -243,115 +237,67 @@ private:
     std::vector<std::vector<int>> m_rows;
 };
 
-// The region's loops, the largest taken as the outer one, and its bounding box.
-struct RegionLoops {
-    std::vector<std::vector<CPoint2D>> loops;
-    std::size_t outer = 0;
-    double area = 0.0;  // outer less holes
-    double minX = INFINITY, minY = INFINITY, maxX = -INFINITY, maxY = -INFINITY;
-
-    explicit RegionLoops(const std::vector<std::vector<CLine2D>>& boundaries) {
-        double largest = -1.0, total = 0.0;
-        for (const auto& boundary : boundaries) {
-            std::vector<CPoint2D> loop;
-            double a = 0.0;
-            for (const CLine2D& line : boundary) {
-                loop.push_back(line.start);
-                a += line.start.x * line.end.y - line.end.x * line.start.y;
-                minX = std::min(minX, line.start.x), maxX = std::max(maxX, line.start.x);
-                minY = std::min(minY, line.start.y), maxY = std::max(maxY, line.start.y);
-            }
-            total += std::fabs(0.5 * a);
-            if (std::fabs(a) > largest) largest = std::fabs(a), outer = loops.size();
-            loops.push_back(std::move(loop));
-        }
-        area = loops.empty() ? 0.0 : 2.0 * std::fabs(0.5 * largest) - total;
-    }
-
-    bool empty() const { return loops.empty() || !(maxX >= minX) || !(maxY >= minY); }
-
-    /// Inside the outer loop and in no hole.
-    bool contains(CPoint2D p) const {
-        if (empty() || p.x < minX || p.x > maxX || p.y < minY || p.y > maxY) return false;
-        if (!inside(loops[outer], p)) return false;
-        for (std::size_t i = 0; i < loops.size(); ++i)
-            if (i != outer && inside(loops[i], p)) return false;
-        return true;
-    }
+// Triangulates the part of the plane inside `segments` (an outline with the open part on one
+// side of every edge) on the outline's nodes and what quality refinement adds inside, pairs
+// the triangles into quadrilaterals where the pair is a good one, and adds both to `w`.
+struct Pair {
+    double score;
+    int t1, t2;
+    Quad4 quad;
 };
 
-// Rows that ran away leave elements outside the region or lying over others. Such an element
-// is marked bad: a side much longer than the size, a free corner outside the region, or a
-// side that crosses another element's side.
-void markStrays(const Work& w, const RegionLoops& region, const std::vector<Quad4>& paved,
-                std::vector<char>& bad, double pavedSize) {
-    if (region.empty()) return;
-    std::vector<signed char> within(w.points.size(), -1);  // -1 unknown, 0 out, 1 in
-    auto inRegion = [&](int v) {
-        if (within[v] < 0)
-            within[v] = region.contains(CPoint2D(w.points[v].x, w.points[v].y)) ? 1 : 0;
-        return within[v] == 1;
-    };
-    // Sides far longer than the size come from rows gone astray; sides far shorter from
-    // nodes that nearly coincide, which leave elements too small to orient reliably.
-    const double longest = 3.0 * pavedSize, shortest = 1e-4 * pavedSize;
-    for (std::size_t i = 0; i < paved.size(); ++i) {
-        for (int k = 0; k < 4 && !bad[i]; ++k) {
-            const int a = paved[i][k], b = paved[i][(k + 1) % 4];
-            const double side =
-                std::hypot(w.points[a].x - w.points[b].x, w.points[a].y - w.points[b].y);
-            if (side > longest || side < shortest) bad[i] = 1;
-            if (!w.boundary[a] && !inRegion(a)) bad[i] = 1;
-        }
-        if (!bad[i]) {
-            // Corners all on the boundary can still span a notch of the outside.
-            CPoint2D c(0.0, 0.0);
-            for (int v : paved[i]) c = CPoint2D(c.x + w.points[v].x / 4, c.y + w.points[v].y / 4);
-            if (!region.contains(c)) bad[i] = 1;
-        }
+// A greedy pairing leaves a triangle here and there that a change of partners along a path
+// would pair: from each one left, a search for an alternating path (a pair not taken, the
+// partner's pair, a pair not taken, ...) to another triangle left, within a few steps, and the
+// partners swapped along it. Without the contraction of odd cycles this finds most such paths,
+// not all; every swap keeps a valid pairing and pairs two more triangles.
+void pairLeftovers(const std::vector<Pair>& pairs, std::vector<int>& mate) {
+    constexpr int kReach = 64;  // triangles a search may visit
+    const int count = static_cast<int>(mate.size());
+    std::vector<std::vector<int>> options(mate.size());  // pairs a triangle could be in
+    for (int p = 0; p < static_cast<int>(pairs.size()); ++p) {
+        options[pairs[p].t1].push_back(p);
+        options[pairs[p].t2].push_back(p);
     }
-
-    // Sides filed in a uniform grid of cells about the size, each under the cells of its box.
-    const double minX = region.minX, minY = region.minY;
-    double cell = pavedSize;
-    const double width = region.maxX - minX, height = region.maxY - minY;
-    while ((width / cell + 1) * (height / cell + 1) > 4e6) cell *= 2;
-    const int nx = static_cast<int>(width / cell) + 1, ny = static_cast<int>(height / cell) + 1;
-    std::unordered_map<long long, std::vector<std::pair<int, int>>> cells;  // (element, side)
-    auto cellOf = [&](double x, double y, int& cx, int& cy) {
-        cx = std::clamp(static_cast<int>((x - minX) / cell), 0, nx - 1);
-        cy = std::clamp(static_cast<int>((y - minY) / cell), 0, ny - 1);
-    };
-    for (std::size_t i = 0; i < paved.size(); ++i) {
-        for (int k = 0; k < 4; ++k) {
-            const Pt a = w.points[paved[i][k]], b = w.points[paved[i][(k + 1) % 4]];
-            int x0, y0, x1, y1;
-            cellOf(std::min(a.x, b.x), std::min(a.y, b.y), x0, y0);
-            cellOf(std::max(a.x, b.x), std::max(a.y, b.y), x1, y1);
-            for (int x = x0; x <= x1; ++x)
-                for (int y = y0; y <= y1; ++y)
-                    cells[static_cast<long long>(y) * nx + x].emplace_back(static_cast<int>(i), k);
-        }
-    }
-    for (const auto& [key, sides] : cells) {
-        for (std::size_t s = 0; s < sides.size(); ++s) {
-            const auto [e1, k1] = sides[s];
-            const int a = paved[e1][k1], b = paved[e1][(k1 + 1) % 4];
-            for (std::size_t t = s + 1; t < sides.size(); ++t) {
-                const auto [e2, k2] = sides[t];
-                if (e1 == e2) continue;
-                const int c = paved[e2][k2], d = paved[e2][(k2 + 1) % 4];
-                if (a == c || a == d || b == c || b == d) continue;
-                if (crosses(w.points[a], w.points[b], w.points[c], w.points[d]))
-                    bad[e1] = bad[e2] = 1;
+    auto other = [&](int p, int t) { return pairs[p].t1 == t ? pairs[p].t2 : pairs[p].t1; };
+    std::vector<int> seen(mate.size(), -1);  // the search that reached a triangle
+    std::vector<int> via(mate.size(), -1);   // the pair an odd triangle was reached by
+    std::vector<int> from(mate.size(), -1);  // ... and the triangle it was reached from
+    std::vector<int> queue;
+    for (int root = 0; root < count; ++root) {
+        if (mate[root] >= 0 || options[root].empty()) continue;
+        queue.assign(1, root);
+        seen[root] = root;
+        int end = -1;
+        for (std::size_t head = 0; head < queue.size() && end < 0; ++head) {
+            const int x = queue[head];
+            for (int p : options[x]) {
+                const int y = other(p, x);
+                if (seen[y] == root) continue;
+                seen[y] = root;
+                via[y] = p;
+                from[y] = x;
+                if (mate[y] < 0) {
+                    end = y;
+                    break;
+                }
+                const int z = other(mate[y], y);
+                if (seen[z] == root || static_cast<int>(queue.size()) >= kReach) continue;
+                seen[z] = root;
+                queue.push_back(z);
             }
+        }
+        // Swap along the path: each odd triangle takes the pair it was reached by, and the
+        // triangle before it gives up its old partner, which is the odd triangle before.
+        for (int y = end; y >= 0;) {
+            const int x = from[y];
+            const int before = x == root ? -1 : other(mate[x], x);
+            mate[y] = mate[x] = via[y];
+            y = before;
         }
     }
 }
 
-// Triangulates the part of the plane inside `segments` (an outline with the open part on one
-// side of every edge) on the outline's nodes and what quality refinement adds inside, pairs
-// the triangles into quadrilaterals where the pair is a good one, and adds both to `w`.
 // Processor seconds the closure's triangulation may take at the finer angle, and then at the
 // angle where refinement always ends. An outline that takes longer is one Triangle cannot
 // work with (it refines some without end); the finish then tries the region's own outline.
@@ -383,11 +329,12 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     for (int v : nodes) localOf(v);
     CZEVClassicLocaleScope classic;  // Triangle reads the area back in the C locale
     char area[64];
-    std::snprintf(area, sizeof area, "%.17g", 0.5 * pavedSize * pavedSize);
-    // No new nodes on the outline (Y), so that the elements round it still meet node to node.
-    // A minimum angle of 28 degrees pairs well, but refining to it need not end where the
-    // outline has sharp corners; 20 degrees always ends. So 28 is tried for a short while
-    // (the closures of a fine region take well under a second), then 20 with the full limit.
+    std::snprintf(area, sizeof area, "%.17g", 0.8 * pavedSize * pavedSize);
+    // At 0.8 times the spacing squared, the split elements come out with a median side at
+    // the size asked. No new nodes on the outline (Y), so that the elements round it still meet
+    // node to node. A minimum angle of 28 degrees pairs well, but refining to it need not end where
+    // the outline has sharp corners; 20 degrees always ends. So 28 is tried for a short while (the
+    // closures of a fine region take well under a second), then 20 with the full limit.
     std::string switches;
     auto work = [&](zevtriangle::Output& output) {
         triangulateio in{}, out{};
@@ -452,11 +399,6 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     for (int t = 0; t < static_cast<int>(triangles.size()); ++t)
         for (int k = 0; k < 3; ++k)
             byEdge[edgeKey(triangles[t][k], triangles[t][(k + 1) % 3])].push_back(t);
-    struct Pair {
-        double score;
-        int t1, t2;
-        Quad4 quad;
-    };
     std::vector<Pair> pairs;
     for (const auto& [key, ts] : byEdge) {
         if (ts.size() != 2) continue;
@@ -477,15 +419,33 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     std::sort(pairs.begin(), pairs.end(), [](const Pair& x, const Pair& y) {
         return x.score != y.score ? x.score < y.score : x.t1 != y.t1 ? x.t1 < y.t1 : x.t2 < y.t2;
     });
-    std::vector<char> used(triangles.size(), 0);
-    for (const Pair& p : pairs) {
-        if (used[p.t1] || used[p.t2]) continue;
-        used[p.t1] = used[p.t2] = 1;
-        w.quads.push_back(p.quad);
+    std::vector<int> mate(triangles.size(), -1);  // the pair a triangle is in
+    for (int p = 0; p < static_cast<int>(pairs.size()); ++p) {
+        if (mate[pairs[p].t1] >= 0 || mate[pairs[p].t2] >= 0) continue;
+        mate[pairs[p].t1] = mate[pairs[p].t2] = p;
     }
-    for (std::size_t t = 0; t < triangles.size(); ++t)
-        if (!used[t]) w.triangles.push_back(triangles[t]);
+    pairLeftovers(pairs, mate);
+    std::vector<char> listed(pairs.size(), 0);
+    for (std::size_t t = 0; t < triangles.size(); ++t) {
+        if (mate[t] < 0) {
+            w.triangles.push_back(triangles[t]);
+        } else if (!listed[static_cast<std::size_t>(mate[t])]) {
+            listed[static_cast<std::size_t>(mate[t])] = 1;
+            w.quads.push_back(pairs[static_cast<std::size_t>(mate[t])].quad);
+        }
+    }
     return true;
+}
+
+// The area inside an outline of segments with the region on their left.
+double outlineArea(const std::vector<Pt>& points,
+                   const std::vector<std::pair<int, int>>& segments) {
+    double sum = 0.0;
+    for (const auto& [a, b] : segments)
+        sum +=
+            0.5 * (points[static_cast<std::size_t>(a)].x * points[static_cast<std::size_t>(b)].y -
+                   points[static_cast<std::size_t>(b)].x * points[static_cast<std::size_t>(a)].y);
+    return sum;
 }
 
 double coveredArea(const Work& w) {
@@ -500,191 +460,137 @@ double coveredArea(const Work& w) {
 
 }  // namespace
 
-int CMeshModel::extendedSplits(double size) const {
-    const double wanted = RegionLoops(boundaries).area / (size * size);
-    return wanted > 640000.0 ? 3 : wanted > 40000.0 ? 2 : 1;
-}
-
-bool CMeshModel::finishExtended(double pavedSize, int splits) {
-    const RegionLoops region(boundaries);
-    Work base;
-    std::unordered_map<const MeshVertex*, int> number;
-    number.reserve(vertices.size());
-    for (MeshVertex* v : vertices) {
-        number.emplace(v, static_cast<int>(base.points.size()));
-        base.points.push_back({v->point.x, v->point.y});
-        bool constrained = v->isShapeBoundary;
-        for (const CPoint2D& p : interiorPoints)
-            constrained = constrained || (p.x == v->point.x && p.y == v->point.y);
-        base.fixed.push_back(constrained ? 1 : 0);
-        base.boundary.push_back(v->isShapeBoundary ? 1 : 0);
-    }
-
-    // Which paved elements are good: finite, strictly convex, corners from 35 to 145 degrees,
-    // inside the region and crossing no other.
-    std::vector<Quad4> paved;
-    std::vector<char> bad;
-    std::vector<std::vector<int>> around(base.points.size());
-    for (Quad* q : quads) {
-        Quad4 e{};
-        bool known = true;
-        for (int i = 0; i < 4; ++i) {
-            const auto it = number.find(q->corners[i]);
-            known = known && it != number.end();
-            e[static_cast<std::size_t>(i)] = known ? it->second : 0;
-        }
-        if (!known) continue;
-        bool finite = true;
-        for (int v : e)
-            finite = finite && std::isfinite(base.points[v].x) && std::isfinite(base.points[v].y);
-        const int index = static_cast<int>(paved.size());
-        paved.push_back(e);
-        bad.push_back(!finite || worstDeviation(base.points, e, 90.0) > 55.0);
-        for (int v : e) around[v].push_back(index);
-    }
-    markStrays(base, region, paved, bad, pavedSize);
-
-    // What the fronts still enclose is open as well.
-    std::vector<std::pair<int, int>> frontEdges;
-    for (const MeshVertexList& front : fronts) {
-        MeshVertex* v = front.head;
-        for (long long n = 0, limit = WalkLimit(); v && n < limit; ++n, v = v->next) {
-            const auto a = number.find(v), b = number.find(v->next);
-            if (a != number.end() && b != number.end() && a->second != b->second)
-                frontEdges.emplace_back(a->second, b->second);
-            if (v->next == front.head) break;
-        }
-    }
-
-    const double tolerance = 1e-6 * std::max(region.area, 1e-300);
-    Work w;
-    bool closed = false;
-    std::string failure;
-    // The bad elements go with one ring of neighbours, then with two; when neither closes
-    // the region exactly, the whole region is triangulated from its own outline.
-    for (int rings = 1; rings <= 2 && !closed; ++rings) {
-        std::vector<char> keep(paved.size(), 1);
-        std::vector<char> gone = bad;
-        for (int r = 0; r < rings; ++r) {
-            std::vector<char> next = gone;
-            for (std::size_t i = 0; i < paved.size(); ++i) {
-                if (!gone[i]) continue;
-                for (int v : paved[i])
-                    for (int e : around[v]) next[static_cast<std::size_t>(e)] = 1;
-            }
-            gone = std::move(next);
-        }
-        for (std::size_t i = 0; i < paved.size(); ++i) keep[i] = !gone[i];
-
-        // Each edge has two sides: an element that stays or goes, the part a front still
-        // encloses, or the outside. The open part is bounded by the edges with one side open
-        // (an element that goes, or a front) and the other closed.
-        struct Sides {
-            int kept = 0, gone = 0;
-            bool front = false;
-        };
-        std::unordered_map<std::uint64_t, Sides> sides;
-        std::vector<std::pair<int, int>> edges;
-        auto note = [&](int a, int b) -> Sides& {
-            auto [it, added] = sides.try_emplace(edgeKey(a, b));
-            if (added) edges.emplace_back(a, b);
-            return it->second;
-        };
-        for (std::size_t i = 0; i < paved.size(); ++i)
-            for (int k = 0; k < 4; ++k) {
-                Sides& s = note(paved[i][k], paved[i][(k + 1) % 4]);
-                (keep[i] ? s.kept : s.gone) += 1;
-            }
-        for (const auto& [a, b] : frontEdges) note(a, b).front = true;
-        std::vector<std::pair<int, int>> segments;
-        for (const auto& [a, b] : edges) {
-            const Sides& s = sides[edgeKey(a, b)];
-            const int open = s.gone + (s.front ? 1 : 0);
-            // A side that is neither an element nor a front is the outside of the region.
-            const int known = s.kept + s.gone + (s.front ? 1 : 0);
-            const int closedSides = s.kept + std::max(0, 2 - known);
-            if (open >= 1 && closedSides >= 1) segments.emplace_back(a, b);
-        }
-
-        Work attempt = base;
-        std::vector<char> inKept(base.points.size(), 0);
-        for (std::size_t i = 0; i < paved.size(); ++i) {
-            if (!keep[i]) continue;
-            attempt.quads.push_back(paved[i]);
-            for (int v : paved[i]) inKept[v] = 1;
-        }
-        std::vector<int> loose;
-        for (std::size_t v = 0; v < base.points.size(); ++v)
-            if (base.fixed[v] && !base.boundary[v] && !inKept[v])
-                loose.push_back(static_cast<int>(v));
-        bool stuck = false;
-        if (closeOpen(attempt, segments, loose, pavedSize, failure, stuck) &&
-            std::fabs(coveredArea(attempt) - region.area) <= tolerance) {
-            w = std::move(attempt);
-            closed = true;
-        }
-        // Another ring makes the same kind of outline: straight to the region's own.
-        if (stuck) break;
-    }
-    if (!closed) {
-        // The region's own outline, divided at the size.
-        Work whole;
-        std::vector<std::pair<int, int>> segments;
-        for (const auto& boundary : boundaries) {
-            const int first = static_cast<int>(whole.points.size());
-            for (const CLine2D& line : boundary) {
-                const double length =
-                    std::hypot(line.end.x - line.start.x, line.end.y - line.start.y);
-                const int parts =
-                    std::clamp(static_cast<int>(std::ceil(length / pavedSize)), 1, 1 << 20);
-                for (int k = 0; k < parts; ++k) {
-                    const double t = static_cast<double>(k) / parts;
-                    whole.points.push_back({line.start.x + t * (line.end.x - line.start.x),
-                                            line.start.y + t * (line.end.y - line.start.y)});
-                    whole.fixed.push_back(1);
-                    whole.boundary.push_back(1);
-                }
-            }
-            const int last = static_cast<int>(whole.points.size());
-            for (int v = first; v < last; ++v)
-                segments.emplace_back(v, v + 1 < last ? v + 1 : first);
-        }
-        std::vector<int> loose;
-        for (const CPoint2D& p : interiorPoints) {
-            loose.push_back(static_cast<int>(whole.points.size()));
-            whole.points.push_back({p.x, p.y});
-            whole.fixed.push_back(1);
-            whole.boundary.push_back(0);
-        }
-        bool stuck = false;
-        if (!closeOpen(whole, segments, loose, pavedSize, failure, stuck) ||
-            std::fabs(coveredArea(whole) - region.area) > tolerance) {
-            putUpMessage("Warning: the region could not be closed.");
-            return false;
-        }
-        w = std::move(whole);
-    }
-
-    for (int s = 0; s < splits; ++s) w.split();
-    w.smooth(8);
-
-    // The finished elements replace the paved ones; the store keeps the old nodes until the
-    // model goes.
+bool CMeshModel::meshExtended(double size) {
+    if (boundaries.empty()) DrawShape1();
+    CString line;
+    line.Format("Mesh element size is ~%s", nice(size));
+    putUpMessage(line);
+    putUpMessage("Shape is ready for mesher");
+    putUpMessage("Meshing boundaries...");
     quads.clear();
     vertices.clear();
     fronts.clear();
-    std::vector<MeshVertex*> made(w.points.size(), nullptr);
-    std::vector<char> used(w.points.size(), 0);
-    for (const Quad4& q : w.quads)
-        for (int v : q) used[v] = 1;
-    for (std::size_t i = 0; i < w.points.size(); ++i) {
+    m_meshedLoops.clear();
+    missedInteriorPoints = 0;
+
+    std::vector<std::vector<extended::XY>> loops;
+    for (const auto& boundary : boundaries) {
+        std::vector<extended::XY> loop;
+        for (const CLine2D& l : boundary) loop.push_back({l.start.x, l.start.y});
+        loops.push_back(std::move(loop));
+    }
+    std::vector<extended::XY> onOutline;
+    for (const CPoint2D& p : boundaryPoints) onOutline.push_back({p.x, p.y});
+    // The outline is divided at twice the size: the split halves every side.
+    const double spacing = 2.0 * size;
+    const std::vector<extended::SampledLoop> sampled =
+        extended::sampleLoops(loops, onOutline, spacing);
+    if (sampled.empty()) {
+        putUpMessage("Warning: the region could not be closed.");
+        return false;
+    }
+
+    // Work in coordinates centred on the region and scaled to its extent.
+    double minX = INFINITY, minY = INFINITY, maxX = -INFINITY, maxY = -INFINITY;
+    for (const auto& loop : sampled)
+        for (const auto& p : loop.nodes) {
+            minX = std::min(minX, p.x), maxX = std::max(maxX, p.x);
+            minY = std::min(minY, p.y), maxY = std::max(maxY, p.y);
+        }
+    const double cx = 0.5 * (minX + maxX), cy = 0.5 * (minY + maxY);
+    const double scale = std::max({maxX - minX, maxY - minY, 1e-300});
+    auto local = [&](double x, double y) { return Pt{(x - cx) / scale, (y - cy) / scale}; };
+    // Areas of elements in the caller's coordinates must stay finite for the model's checks.
+    if (!std::isfinite(16.0 * scale * scale) || !std::isfinite(cx) || !std::isfinite(cy)) {
+        putUpMessage("Warning: the region could not be closed.");
+        m_meshedLoops.clear();
+        return false;
+    }
+
+    Work w;
+    std::vector<Pt> exact;  // where a fixed node was given, in the caller's coordinates
+    std::vector<std::pair<int, int>> segments;
+    std::unordered_map<std::uint64_t, Pt> middles;
+    double area = 0.0;
+    for (const auto& loop : sampled) {
+        const int first = static_cast<int>(w.points.size());
+        const int count = static_cast<int>(loop.nodes.size());
+        std::vector<CPoint2D> meshed;
+        for (int k = 0; k < count; ++k) {
+            const auto& p = loop.nodes[static_cast<std::size_t>(k)];
+            w.points.push_back(local(p.x, p.y));
+            exact.push_back({p.x, p.y});
+            w.fixed.push_back(1);
+            w.boundary.push_back(1);
+            const int a = first + k, b = first + (k + 1) % count;
+            segments.emplace_back(a, b);
+            const auto& m = loop.middles[static_cast<std::size_t>(k)];
+            middles.emplace(edgeKey(a, b), local(m.x, m.y));
+            meshed.emplace_back(p.x, p.y);
+            meshed.emplace_back(m.x, m.y);
+        }
+        m_meshedLoops.push_back(std::move(meshed));
+    }
+    for (const auto& loop : m_meshedLoops)
+        for (std::size_t i = 0; i < loop.size(); ++i) {
+            const Pt a = local(loop[i].x, loop[i].y);
+            const Pt b = local(loop[(i + 1) % loop.size()].x, loop[(i + 1) % loop.size()].y);
+            area += 0.5 * (a.x * b.y - b.x * a.y);
+        }
+    std::vector<int> loose;
+    for (const CPoint2D& p : interiorPoints) {
+        if (!std::isfinite(p.x) || !std::isfinite(p.y)) continue;
+        loose.push_back(static_cast<int>(w.points.size()));
+        w.points.push_back(local(p.x, p.y));
+        exact.push_back({p.x, p.y});
+        w.fixed.push_back(1);
+        w.boundary.push_back(0);
+    }
+
+    putUpMessage("Finishing the mesh...");
+    std::string failure;
+    bool stuck = false;
+    // Before the split the elements are twice the size; the coarse outline is what the
+    // triangles must cover.
+    Work coarse = w;
+    const double coarseArea = outlineArea(w.points, segments);
+    if (!closeOpen(coarse, segments, loose, spacing / scale, failure, stuck) ||
+        !(std::fabs(coveredArea(coarse) - coarseArea) <= 1e-9 * std::fabs(coarseArea))) {
+        putUpMessage("Warning: the region could not be closed.");
+        m_meshedLoops.clear();
+        return false;
+    }
+    coarse.split(middles);
+    coarse.smooth(8);
+    if (!(std::fabs(coveredArea(coarse) - area) <= 1e-9 * std::fabs(area))) {
+        putUpMessage("Warning: the region could not be closed.");
+        m_meshedLoops.clear();
+        return false;
+    }
+
+    // Back to the caller's coordinates; given nodes and outline middles exactly as given.
+    std::vector<MeshVertex*> made(coarse.points.size(), nullptr);
+    std::vector<char> used(coarse.points.size(), 0);
+    for (const Quad4& q : coarse.quads)
+        for (int v : q) used[static_cast<std::size_t>(v)] = 1;
+    for (std::size_t i = 0; i < coarse.points.size(); ++i) {
         if (!used[i]) continue;
-        made[i] = NewVertex(CPoint2D(w.points[i].x, w.points[i].y));
-        made[i]->isShapeBoundary = w.boundary[i] != 0;
+        Pt p{cx + coarse.points[i].x * scale, cy + coarse.points[i].y * scale};
+        if (i < exact.size()) p = exact[i];
+        made[i] = NewVertex(CPoint2D(p.x, p.y));
+        made[i]->isShapeBoundary = coarse.boundary[i] != 0;
+        made[i]->isFixed = coarse.fixed[i] != 0;
         vertices.push_back(made[i]);
     }
-    for (const Quad4& q : w.quads)
+    for (const Quad4& q : coarse.quads)
         quads.push_back(NewQuad(made[q[0]], made[q[1]], made[q[2]], made[q[3]]));
+    // A constraint point inside the region that no element has as a corner is missed; one
+    // outside every element is not counted, as in the stated mode.
+    const Outline outline(w.points, segments, spacing / scale);
+    for (int v : loose)
+        if (!used[static_cast<std::size_t>(v)] &&
+            outline.contains(w.points[static_cast<std::size_t>(v)]))
+            ++missedInteriorPoints;
     return true;
 }
 

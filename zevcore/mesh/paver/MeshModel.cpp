@@ -462,10 +462,7 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
     }
 
     CString line;
-    // Extended mode paves at a multiple of the size asked for and splits down to it later;
-    // the user is told the size the mesh will have.
-    line.Format("Mesh element size is ~%s",
-                nice(m_extended && m_askedSize > 0.0 ? m_askedSize : size));
+    line.Format("Mesh element size is ~%s", nice(size));
     putUpMessage(line);
     putUpMessage("Shape is ready for mesher");
     return true;
@@ -476,7 +473,7 @@ bool CMeshModel::PrepareShape(double size, int divisions, bool useDivisions) {
 
 void CMeshModel::rowStep(MeshVertexList& list, BoundaryDefinition& def, int& rowCounter) {
     for (;;) {
-        if (rowCounter++ >= m_rowCap || overQuadCap()) return;
+        if (rowCounter++ >= m_rowCap) return;
         if (!FindRow(def, list)) return;
         AddRow(def, list);
         checkpoint("AddRow");
@@ -518,9 +515,13 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
     clearMessages();
     putUpMessage("Preparing shape for mesher...");
     m_firstInvalidStep.clear();
-    const int splits = m_extended ? extendedSplits(size) : 0;
-    const double pavedSize = std::ldexp(size, splits);
-    m_askedSize = size;
+    m_meshedLoops.clear();
+    if (m_extended) {
+        const bool closed = meshExtended(size);
+        checkpoint("meshExtended");
+        return finishRun(closed);
+    }
+    const double pavedSize = size;
     PrepareShape(pavedSize, divisions, false);
     checkpoint("PrepareShape");
     putUpMessage("Meshing boundaries...");
@@ -544,7 +545,7 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
 
     int pass = 0;
     auto current = fronts.begin();
-    while (!fronts.empty() && pass++ < m_passCap && !overQuadCap()) {
+    while (!fronts.empty() && pass++ < m_passCap) {
         BoundaryDefinition def;
         int rowCounter = 0;
         MeshVertexList& list = *current;
@@ -586,12 +587,10 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         CleanupMesh();
         checkpoint("CleanupMesh");
     }
-    bool finished = true;
-    if (m_extended) {
-        putUpMessage("Finishing the mesh...");
-        finished = finishExtended(pavedSize, splits);
-        checkpoint("finishExtended");
-    }
+    return finishRun(pass < m_passCap);
+}
+
+bool CMeshModel::finishRun(bool answer) {
     for (size_t i = 0; i < vertices.size(); ++i) vertices[i]->index = static_cast<int>(i);
 
     CString line;
@@ -604,8 +603,7 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
         putUpMessage("(A coarser or finer mesh may avoid this issue.)\r\n");
     }
     ZEVCursor().EndWaitCursor();
-    // The extended finish closes whatever the passes left open.
-    return m_extended ? finished : pass < m_passCap;
+    return answer;
 }
 
 }  // namespace Paver
@@ -615,31 +613,9 @@ bool CMeshModel::Mesh(int limit, double size, int divisions, bool reserved) {
 
 namespace Paver {
 
-void CMeshModel::setCaps(double size) {
+void CMeshModel::setCaps(double) {
     m_rowCap = 100;
     m_passCap = 20;
-    m_quadCap = SIZE_MAX;
-    if (!m_extended) return;
-    // Elements the region needs at the size asked (or at the smaller size a narrow gap
-    // between boundaries forces), from the area of the boundaries; never more than the
-    // boundary's own nodes bound (a region with N of them at the spacing of its boundary
-    // needs fewer than N^2 / 8), which one short, fine stretch of boundary would overstate.
-    double area = 0.0, smallest = size;
-    for (const auto& boundary : boundaries)
-        for (const CLine2D& line : boundary) {
-            area += line.start.x * line.end.y - line.end.x * line.start.y;
-            smallest = std::min(smallest, line.maxElementSize);
-        }
-    double wanted = std::fabs(0.5 * area) / (smallest * smallest);
-    if (!std::isfinite(wanted)) wanted = 0.0;
-    const double nodes = static_cast<double>(vertices.size());
-    wanted = std::min({wanted, 0.25 * nodes * nodes, 1e8});
-    // A row step lays at least one element, and a pass works on one front; fronts split, so
-    // passes are allowed generously too. Both stay caps: every run ends.
-    m_rowCap = std::max(100, static_cast<int>(2.0 * wanted) + 100);
-    // Rows that run away could pave far past the region; the finish closes what is left.
-    m_quadCap = static_cast<size_t>(2.0 * wanted) + 1000;
-    m_passCap = std::max(20, static_cast<int>(wanted / 4.0) + 20);
 }
 
 }  // namespace Paver

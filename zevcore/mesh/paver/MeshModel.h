@@ -249,13 +249,19 @@ public:
     /// concave.
     static bool IsConcave(CPoint2D a, CPoint2D b, CPoint2D c, CPoint2D d);
 
-    /// Extended mode, off by default: the region is paved at a multiple of the size asked,
-    /// with caps on row steps and passes that grow with it; bad elements are taken out, what
-    /// is left open is closed by triangulating it and pairing the triangles, and every element
-    /// is split down to the size asked. Mesh then answers whether the region was closed. Off,
-    /// Mesh runs exactly as stated.
+    /// Extended mode, off by default: the outline is divided by a size that follows the
+    /// region (smaller at narrow gaps, short sides and tight curves, graded back up; a
+    /// polyline drawn for a curve is divided as a curve), the region is triangulated on it at
+    /// twice the size, the triangles are paired into quadrilaterals and every element is split
+    /// once, to an all-quadrilateral mesh at the size asked. Mesh then answers whether the
+    /// region was closed. Off, Mesh runs exactly as stated.
     void SetExtended(bool on) { m_extended = on; }
     bool IsExtended() const { return m_extended; }
+    /// The loops extended mode meshed, in order, each as the nodes of the mesh on it: every
+    /// one lies on the input outline, and where a curve was divided afresh they stand for it.
+    /// The elements cover exactly the region these loops bound. Empty in the stated mode and
+    /// after a run that could not close the region.
+    const std::vector<std::vector<CPoint2D>>& MeshedLoops() const { return m_meshedLoops; }
 
     /// True when the invariants at the top of this header hold.
     bool IsValid() const { return ValidityProblem().empty(); }
@@ -380,17 +386,12 @@ private:
     std::vector<MeshVertex*> m_movable;
     size_t m_movableSeen = 0;
     void setCaps(double size);
-    /// The element size Mesh was asked for (extended mode paves at a multiple of it).
-    double m_askedSize = 0.0;
-    /// Extended mode stops paving at this many elements.
-    size_t m_quadCap = SIZE_MAX;
-    bool overQuadCap() const { return quads.size() > m_quadCap; }
-    /// How often extended mode splits its elements: the paver works at the size times 2 to
-    /// that power, so that a fine region costs the paver a fraction of its elements.
-    int extendedSplits(double size) const;
-    /// Extended mode's finish: bad elements out, the open part closed, every element split.
-    /// False, with the paved elements left as they were, when the region could not be closed.
-    bool finishExtended(double pavedSize, int splits);
+    /// Extended mode's run, in place of paving: false, with no elements, when the region
+    /// could not be closed.
+    bool meshExtended(double size);
+    /// The end of every run: numbers the vertices, reports, and answers `answer`.
+    bool finishRun(bool answer);
+    std::vector<std::vector<CPoint2D>> m_meshedLoops;
     std::string m_firstInvalidStep;
 };
 
