@@ -35,7 +35,8 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "replay: cannot read %s\n", path.c_str());
             return 1;
         }
-        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        const std::string bytes((std::istreambuf_iterator<char>(in)),
+                                std::istreambuf_iterator<char>());
         // A fresh copy of just the input's size, so that reading past it is caught.
         std::vector<std::uint8_t> data(bytes.begin(), bytes.end());
         LLVMFuzzerTestOneInput(data.data(), data.size());

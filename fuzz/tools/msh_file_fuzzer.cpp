@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(e.count == 3 || e.count == 4);
         for (int c = 0; c < e.count; ++c) require(e.v[c] >= 0 && e.v[c] < nodes);
     }
-    const zevtool::meshio::Mesh again = zevtool::render::parseMshText(zevtool::meshio::mshText(mesh));
+    const zevtool::meshio::Mesh again =
+        zevtool::render::parseMshText(zevtool::meshio::mshText(mesh));
     require(zevfuzz::samePoints(again.nodes, mesh.nodes));
     require(again.elements.size() == mesh.elements.size());
     for (size_t i = 0; i < mesh.elements.size(); ++i)

@@ -1,10 +1,15 @@
 // The one way the zevcore tool writes a file.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "support/ExpectMessage.h"
 #include "support/TestEnv.h"
@@ -50,6 +55,35 @@ TEST(Output, WritesThroughLinksAndRefusesWhatIsNoPlainFile) {
                      "cannot write '" + dir.file("sub") + "': not a regular file");
     EXPECT_THROW_MSG(writeOutput(dir.file("missing/x"), "x"), std::runtime_error,
                      "cannot write '" + dir.file("missing/x") + "': No such file or directory");
+}
+
+// The whole output was written into a named temporary file beside the target, which a writer
+// killed while writing left behind.
+TEST(OutputRegression, AWriterKilledWhileWritingLeavesNothingBehind) {
+    zevtest::TempDir dir;
+    const std::string path = dir.file("out.bin");
+    zevtest::writeFile(path, "old");
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // The file-size limit stops the writer halfway with SIGXFSZ, which ends it.
+        rlimit limit{1 << 20, 1 << 20};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        try {
+            writeOutput(path, std::string(4 << 20, 'x'));
+        } catch (...) {
+        }
+        _exit(0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGXFSZ);
+    EXPECT_EQ(zevtest::readFile(path), "old");
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(dir.path()))
+        names.push_back(entry.path().filename().string());
+    EXPECT_EQ(names, std::vector<std::string>{"out.bin"});
 }
 
 TEST(Output, PendingOutputsWriteOnlyOnCommit) {

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -47,6 +48,66 @@ void writeAll(int fd, std::string_view bytes, const std::string& path) {
     }
 }
 
+// Closes the written file (the descriptor is gone either way) and renames it over the target.
+void closeAndRename(int& fd, const std::string& from, const std::string& target,
+                    const std::string& path) {
+    const int closed = close(fd);
+    fd = -1;
+    if (closed != 0 || std::rename(from.c_str(), target.c_str()) != 0)
+        fail(path, std::strerror(errno));
+}
+
+// A name beside `target` that nothing has yet: target.XXXXXX, as mkstemp makes them.
+std::string freshName(const std::string& target) {
+    static unsigned long long counter = 0;
+    const unsigned long long seed =
+        (static_cast<unsigned long long>(getpid()) << 32) ^ ++counter ^
+        static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(&counter));
+    static const char kLetters[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    std::string name = target + ".";
+    unsigned long long bits = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+    for (int i = 0; i < 6; ++i, bits /= 62) name += kLetters[bits % 62];
+    return name;
+}
+
+// Writes the bytes into a file of no name in the target's folder, and only when they are all
+// there gives it a name beside the target, which is then renamed over it: a writer killed
+// before that leaves nothing behind (the kernel frees the file), and the name lives only from
+// one call to the next. False, with nothing written, where the filesystem has no unnamed
+// files or they cannot be named through /proc; true when written.
+bool writeUnnamed(const std::string& path, const std::string& target, std::string_view bytes,
+                  mode_t mode) {
+    const size_t slash = target.rfind('/');
+    const std::string folder = slash == std::string::npos ? "."
+                               : slash == 0               ? "/"
+                                                          : target.substr(0, slash);
+    int fd = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
+    if (fd < 0) return false;
+    std::string named;
+    try {
+        writeAll(fd, bytes, path);
+        if (fchmod(fd, mode) != 0 || fsync(fd) != 0) fail(path, std::strerror(errno));
+        const std::string self = "/proc/self/fd/" + std::to_string(fd);
+        for (int attempt = 0; named.empty(); ++attempt) {
+            std::string name = freshName(target);
+            if (linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0)
+                named = name;
+            else if (errno != EEXIST || attempt == 100)
+                break;
+        }
+        if (named.empty()) {
+            close(fd);
+            return false;
+        }
+        closeAndRename(fd, named, target, path);
+    } catch (...) {
+        if (fd >= 0) close(fd);
+        if (!named.empty()) std::remove(named.c_str());
+        throw;
+    }
+    return true;
+}
+
 }  // namespace
 
 void writeOutput(const std::string& path, std::string_view bytes) {
@@ -69,18 +130,14 @@ void writeOutput(const std::string& path, std::string_view bytes) {
         mode = existing.st_mode & 07777;
     }
 
+    if (writeUnnamed(path, target, bytes, mode)) return;
     std::string temp = target + ".XXXXXX";
     int fd = mkstemp(temp.data());
     if (fd < 0) fail(path, std::strerror(errno));
     try {
         writeAll(fd, bytes, path);
         if (fchmod(fd, mode) != 0 || fsync(fd) != 0) fail(path, std::strerror(errno));
-        if (close(fd) != 0) {
-            fd = -1;
-            fail(path, std::strerror(errno));
-        }
-        fd = -1;
-        if (std::rename(temp.c_str(), target.c_str()) != 0) fail(path, std::strerror(errno));
+        closeAndRename(fd, temp, target, path);
     } catch (...) {
         if (fd >= 0) close(fd);
         std::remove(temp.c_str());

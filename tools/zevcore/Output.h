@@ -12,7 +12,9 @@ namespace zevtool {
 /// Writes `bytes` to `path` as one whole. "-" is standard output. A symbolic link is written
 /// through to its final target. Anything else that is not a regular file (a FIFO, a device, a
 /// directory, a socket) is refused. A regular file is replaced by renaming a complete
-/// temporary file of the same folder over it, so a failure leaves the old file as it was.
+/// temporary file of the same folder over it, so a failure leaves the old file as it was. The
+/// temporary file has no name while it is written (O_TMPFILE, where the filesystem has it),
+/// so a writer killed meanwhile leaves nothing behind.
 /// Throws std::runtime_error("cannot write 'PATH': REASON").
 void writeOutput(const std::string& path, std::string_view bytes);
 
