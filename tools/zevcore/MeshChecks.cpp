@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
+#include <memory>
+#include <new>
 #include <vector>
 
 #include "tools/zevcore/MeshPaver.h"
@@ -40,16 +43,20 @@ public:
     explicit SideTable(std::size_t most) {
         std::size_t size = 16;
         while (size < most + most / 4) size *= 2;
-        m_keys.assign(size, kEmpty);
-        m_ways.assign(size, 0);
-        m_mask = size - 1;
+        // calloc: a large table comes from fresh pages, already zero, with nothing to clear.
+        m_keys.reset(static_cast<std::uint64_t*>(std::calloc(size, sizeof(std::uint64_t))));
+        m_ways.reset(static_cast<std::uint8_t*>(std::calloc(size, 1)));
+        if (!m_keys || !m_ways) throw std::bad_alloc();
+        m_size = size;
     }
 
     void add(int a, int b) {
-        const std::uint64_t key = (static_cast<std::uint64_t>(std::min(a, b)) << 32) |
-                                  static_cast<std::uint32_t>(std::max(a, b));
-        std::size_t at = hash(key) & m_mask;
-        while (m_keys[at] != key && m_keys[at] != kEmpty) at = (at + 1) & m_mask;
+        // Stored plus one, so that zero marks an empty place.
+        const std::uint64_t key = ((static_cast<std::uint64_t>(std::min(a, b)) << 32) |
+                                   static_cast<std::uint32_t>(std::max(a, b))) +
+                                  1;
+        std::size_t at = hash(key) & (m_size - 1);
+        while (m_keys[at] != key && m_keys[at] != 0) at = (at + 1) & (m_size - 1);
         m_keys[at] = key;
         // Low two bits: runs from the smaller node; next two: runs from the larger.
         std::uint8_t& ways = m_ways[at];
@@ -57,14 +64,14 @@ public:
         if (((ways >> shift) & 3) < 2) ways = static_cast<std::uint8_t>(ways + (1 << shift));
     }
 
+    // Each side as (smaller node << 32 | larger node), with its runs each way.
     template <class Visit>
     void visit(Visit&& visit) const {
-        for (std::size_t i = 0; i < m_keys.size(); ++i)
-            if (m_keys[i] != kEmpty) visit(m_keys[i], m_ways[i] & 3, m_ways[i] >> 2);
+        for (std::size_t i = 0; i < m_size; ++i)
+            if (m_keys[i] != 0) visit(m_keys[i] - 1, m_ways[i] & 3, m_ways[i] >> 2);
     }
 
 private:
-    static constexpr std::uint64_t kEmpty = ~std::uint64_t{0};
     static std::size_t hash(std::uint64_t key) {
         key ^= key >> 29;
         key *= 0xBF58476D1CE4E5B9u;
@@ -72,9 +79,12 @@ private:
         return static_cast<std::size_t>(key);
     }
 
-    std::vector<std::uint64_t> m_keys;
-    std::vector<std::uint8_t> m_ways;
-    std::size_t m_mask = 0;
+    struct Free {
+        void operator()(void* p) const { std::free(p); }
+    };
+    std::unique_ptr<std::uint64_t[], Free> m_keys;
+    std::unique_ptr<std::uint8_t[], Free> m_ways;
+    std::size_t m_size = 0;
 };
 
 }  // namespace

@@ -53,6 +53,8 @@ TriangleResult meshWithTriangle(const Region& region, double maxArea, bool confo
         for (int c = 0; c < 3; ++c) e.v[c] = mesher.triangles[3 * t + c];
         result.mesh.elements.push_back(e);
     }
+    // Without constraint points there is nothing to match, and no nodes to sort for it.
+    if (region.interiorPoints.empty()) return result;
     // A constraint point counts as met when a corner of some triangle stands on it; Triangle
     // keeps points that fall in a void hole, but in no triangle.
     std::vector<bool> used(result.mesh.nodes.size(), false);
