@@ -36,14 +36,15 @@ public:
         const char* tmp = std::getenv("TMPDIR");
         m_path = std::string(tmp && *tmp ? tmp : "/tmp") + "/zev-bench-raw-" +
                  std::to_string(getpid()) + ".db";
-        sqlite3_open_v2(m_path.c_str(), &m_db,
-                        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE |
-                            (noMutex ? SQLITE_OPEN_NOMUTEX : 0),
-                        nullptr);
+        sqlite3_open_v2(
+            m_path.c_str(), &m_db,
+            SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | (noMutex ? SQLITE_OPEN_NOMUTEX : 0),
+            nullptr);
         exec("PRAGMA journal_mode=WAL");
         exec("PRAGMA synchronous=FULL");
-        exec("CREATE TABLE IF NOT EXISTS settings(path TEXT NOT NULL, name TEXT NOT NULL,"
-             " type INTEGER NOT NULL, data BLOB NOT NULL, PRIMARY KEY(path, name)) WITHOUT ROWID");
+        exec(
+            "CREATE TABLE IF NOT EXISTS settings(path TEXT NOT NULL, name TEXT NOT NULL,"
+            " type INTEGER NOT NULL, data BLOB NOT NULL, PRIMARY KEY(path, name)) WITHOUT ROWID");
         m_get = prepare("SELECT type, data FROM settings WHERE path = ?1 AND name = ?2");
         m_put = prepare(
             "INSERT INTO settings(path, name, type, data) VALUES (?1, ?2, ?3, ?4)"
@@ -62,7 +63,8 @@ public:
 
     // Copies the value into `out` (of `size` bytes); answers its size, or -1 when absent.
     // Not inlined, so that a profiler can count it alone.
-    [[gnu::noinline]] int get(const std::string& path, const std::string& name, void* out, int size) {
+    [[gnu::noinline]] int get(const std::string& path, const std::string& name, void* out,
+                              int size) {
         bindText(m_get, 1, path);
         bindText(m_get, 2, name);
         int got = -1;
@@ -103,8 +105,8 @@ private:
     }
     std::string m_path;
     sqlite3* m_db = nullptr;
-    sqlite3_stmt *m_get = nullptr, *m_put = nullptr, *m_begin = nullptr,
-                 *m_beginWrite = nullptr, *m_commit = nullptr;
+    sqlite3_stmt *m_get = nullptr, *m_put = nullptr, *m_begin = nullptr, *m_beginWrite = nullptr,
+                 *m_commit = nullptr;
 };
 
 // Where each item of the tree lives, for the raw side.
@@ -201,19 +203,29 @@ void ZevTreeRead(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * 500);
 }
 
+// The raw sides' work per iteration, not inlined, so that store_instructions can count it.
+[[gnu::noinline]] void rawTreeReadOnce(RawStore& raw, const std::vector<RawItem>& items) {
+    char buffer[256];
+    raw.begin();
+    for (const RawItem& i : items)
+        benchmark::DoNotOptimize(raw.get(i.path, i.name, buffer, sizeof buffer));
+    raw.commit();
+}
+
+[[gnu::noinline]] void rawTreeWriteOnce(RawStore& raw, const std::vector<RawItem>& items) {
+    raw.beginWrite();
+    for (const RawItem& i : items)
+        raw.put(i.path, i.name, i.type, i.data.data(), int(i.data.size()));
+    raw.commit();
+}
+
 void RawTreeRead(benchmark::State& state, bool noMutex) {
     RawStore raw(noMutex);
     auto m = zevbench::benchTree();
     std::vector<RawItem> items = rawItems(*m);
     for (const RawItem& i : items)
         raw.put(i.path, i.name, i.type, i.data.data(), int(i.data.size()));
-    char buffer[256];
-    for (auto _ : state) {
-        raw.begin();
-        for (const RawItem& i : items)
-            benchmark::DoNotOptimize(raw.get(i.path, i.name, buffer, sizeof buffer));
-        raw.commit();
-    }
+    for (auto _ : state) rawTreeReadOnce(raw, items);
     state.SetItemsProcessed(state.iterations() * 500);
 }
 
@@ -240,10 +252,7 @@ void RawTreeWrite(benchmark::State& state, bool noMutex) {
         zevbench::changeEvery(*m, ++round);
         std::vector<RawItem> items = rawItems(*m);
         state.ResumeTiming();
-        raw.beginWrite();
-        for (const RawItem& i : items)
-            raw.put(i.path, i.name, i.type, i.data.data(), int(i.data.size()));
-        raw.commit();
+        rawTreeWriteOnce(raw, items);
     }
     state.SetItemsProcessed(state.iterations() * 500);
 }
@@ -262,7 +271,8 @@ public:
     }
     void Finalize() override {
         ConsoleReporter::Finalize();
-        std::printf("\nThe store's rate as a share of raw SQLite's (CPU time; wall time in brackets)\n");
+        std::printf(
+            "\nThe store's rate as a share of raw SQLite's (CPU time; wall time in brackets)\n");
         std::printf("%-16s %22s %22s\n", "work", "SQLite, default locks", "SQLite, no mutex");
         for (const char* work : {"get", "get_in_batch", "set", "tree_read_500", "tree_write_500"}) {
             const std::string zev = std::string(work) + "/ZEVCore";
@@ -287,34 +297,31 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A fixed count, for bench/platform/store_instructions, which runs two counts under
+    // callgrind and takes the difference.
+    const char* fixed = std::getenv("ZEV_BENCH_ITERATIONS");
+    const long iterations = fixed ? std::atol(fixed) : 0;
+    const auto add = [&](const std::string& name, auto&&... args) {
+        benchmark::internal::Benchmark* b = benchmark::RegisterBenchmark(name.c_str(), args...);
+        if (name.rfind("tree", 0) == 0) b->Unit(benchmark::kMicrosecond);
+        if (iterations > 0) b->Iterations(iterations);
+    };
     struct Raw {
         const char* suffix;
         bool noMutex;
     };
     const Raw raws[] = {{"/SQLite", false}, {"/SQLite_nomutex", true}};
-    benchmark::RegisterBenchmark("get/ZEVCore", ZevGet, false);
+    add("get/ZEVCore", ZevGet, false);
+    for (const Raw& r : raws) add(std::string("get") + r.suffix, RawGet, false, r.noMutex);
+    add("get_in_batch/ZEVCore", ZevGet, true);
+    for (const Raw& r : raws) add(std::string("get_in_batch") + r.suffix, RawGet, true, r.noMutex);
+    add("set/ZEVCore", ZevSet);
+    for (const Raw& r : raws) add(std::string("set") + r.suffix, RawSet, r.noMutex);
+    add("tree_read_500/ZEVCore", ZevTreeRead);
+    for (const Raw& r : raws) add(std::string("tree_read_500") + r.suffix, RawTreeRead, r.noMutex);
+    add("tree_write_500/ZEVCore", ZevTreeWrite);
     for (const Raw& r : raws)
-        benchmark::RegisterBenchmark((std::string("get") + r.suffix).c_str(), RawGet, false,
-                                     r.noMutex);
-    benchmark::RegisterBenchmark("get_in_batch/ZEVCore", ZevGet, true);
-    for (const Raw& r : raws)
-        benchmark::RegisterBenchmark((std::string("get_in_batch") + r.suffix).c_str(), RawGet,
-                                     true, r.noMutex);
-    benchmark::RegisterBenchmark("set/ZEVCore", ZevSet);
-    for (const Raw& r : raws)
-        benchmark::RegisterBenchmark((std::string("set") + r.suffix).c_str(), RawSet, r.noMutex);
-    benchmark::RegisterBenchmark("tree_read_500/ZEVCore", ZevTreeRead)
-        ->Unit(benchmark::kMicrosecond);
-    for (const Raw& r : raws)
-        benchmark::RegisterBenchmark((std::string("tree_read_500") + r.suffix).c_str(),
-                                     RawTreeRead, r.noMutex)
-            ->Unit(benchmark::kMicrosecond);
-    benchmark::RegisterBenchmark("tree_write_500/ZEVCore", ZevTreeWrite)
-        ->Unit(benchmark::kMicrosecond);
-    for (const Raw& r : raws)
-        benchmark::RegisterBenchmark((std::string("tree_write_500") + r.suffix).c_str(),
-                                     RawTreeWrite, r.noMutex)
-            ->Unit(benchmark::kMicrosecond);
+        add(std::string("tree_write_500") + r.suffix, RawTreeWrite, r.noMutex);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
     RatioReporter reporter;

@@ -1,6 +1,7 @@
 #include "zevcore/settings/PreferenceManager.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -49,9 +50,17 @@ bool isStoreFailure(LSTATUS status) {
            status != ERROR_BAD_PATHNAME && status != ERROR_ACCESS_DENIED;
 }
 
-std::string bytesOf(const CPreferenceItem& item) {
+bool sameBytes(const std::string& synced, const CPreferenceItem& item) {
+    const DWORD size = item.GetRegDataSize();
+    return synced.size() == size &&
+           (size == 0 || std::memcmp(synced.data(), item.GetRegData(), size) == 0);
+}
+
+// Records the item's stored form in `synced`, in the room it had (a read of the whole tree
+// then allocates nothing for it).
+void remember(std::string& synced, const CPreferenceItem& item) {
     const auto* data = reinterpret_cast<const char*>(item.GetRegData());
-    return data ? std::string(data, item.GetRegDataSize()) : std::string();
+    synced.assign(data ? data : "", data ? item.GetRegDataSize() : 0);
 }
 
 void serializeRecords(CArchive& ar, std::vector<TPreferenceCategory>& records) {
@@ -173,7 +182,7 @@ int CPreferenceManager::ReadPreferencesFromRegistry() {
     if (opened != ERROR_SUCCESS) {
         if (opened == ERROR_FILE_NOT_FOUND) {
             // Nothing stored yet: the defaults are what this manager and the store agree on.
-            for (const auto& [key, item] : m_preferences) m_synced[key] = bytesOf(*item);
+            for (const auto& [key, item] : m_preferences) remember(m_synced[key], *item);
         } else {
             m_storeStatus = opened;
         }
@@ -197,7 +206,7 @@ int CPreferenceManager::ReadPreferencesFromRegistry() {
                 CPreferenceItem* item = GetPreference(key);
                 if (!item) continue;
                 if (!groupThere) {
-                    m_synced[key] = bytesOf(*item);
+                    remember(m_synced[key], *item);
                     continue;
                 }
                 // One query for most values; a value larger than the buffer is asked again.
@@ -210,7 +219,7 @@ int CPreferenceManager::ReadPreferencesFromRegistry() {
                                               data.data(), &got);
                 }
                 if (status == ERROR_FILE_NOT_FOUND) {  // not stored yet
-                    m_synced[key] = bytesOf(*item);
+                    remember(m_synced[key], *item);
                     continue;
                 }
                 if (status != ERROR_SUCCESS) {
@@ -220,7 +229,7 @@ int CPreferenceManager::ReadPreferencesFromRegistry() {
                 }
                 data[got] = 0;
                 item->SetupValueFromRegData(data.data(), got);
-                m_synced[key] = bytesOf(*item);
+                remember(m_synced[key], *item);
             }
         }
     }
@@ -240,7 +249,7 @@ int CPreferenceManager::WritePreferencesToRegistry() {
     OpenKey app;
     const CString path = "Software\\ZEV\\" + m_key;
     if ((m_storeStatus = openForWrite(HKEY_CURRENT_USER, path, app)) != ERROR_SUCCESS) return 0;
-    std::map<int, std::string> written;
+    std::vector<int> written;
     for (const TPreferenceCategory& category : m_categories) {
         OpenKey categoryKey;
         LSTATUS status = openForWrite(app.get(), category.name, categoryKey);
@@ -256,9 +265,8 @@ int CPreferenceManager::WritePreferencesToRegistry() {
             for (int key : group->members) {
                 const CPreferenceItem* item = GetPreference(key);
                 if (!item) continue;
-                std::string bytes = bytesOf(*item);
                 const auto synced = m_synced.find(key);
-                if (synced != m_synced.end() && synced->second == bytes) {
+                if (synced != m_synced.end() && sameBytes(synced->second, *item)) {
                     // Unchanged here since this manager and the store last agreed: what
                     // another process stored since then stays. Only a missing value is put.
                     DWORD size = 0;
@@ -271,12 +279,12 @@ int CPreferenceManager::WritePreferencesToRegistry() {
                 status = RegSetValueExA(groupKey.get(), item->GetName(), 0, item->GetRegValueType(),
                                         item->GetRegData(), item->GetRegDataSize());
                 if (isStoreFailure(status)) return m_storeStatus = status, 0;
-                if (status == ERROR_SUCCESS) written[key] = std::move(bytes);
+                if (status == ERROR_SUCCESS) written.push_back(key);
             }
         }
     }
     if ((m_storeStatus = batch.Commit()) != ERROR_SUCCESS) return 0;
-    for (auto& [key, bytes] : written) m_synced[key] = std::move(bytes);
+    for (int key : written) remember(m_synced[key], *GetPreference(key));
     return 1;
 }
 
