@@ -1,6 +1,7 @@
 // ZEVCore Studio driven as a user would: open a sample, edit the options, mesh, stop, save,
 // reopen, preferences, and the recovery of a timed backup.
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
@@ -14,14 +15,18 @@
 
 #include "QtTestMain.h"
 #include "tools/studio/MeshView.h"
+#include "tools/studio/Recovery.h"
 #include "tools/studio/StudioWindow.h"
 #include "zevcore-qt/GridView.h"
 #include "zevcore-qt/PreferencesDialog.h"
 #include "zevcore-qt/QtProgressView.h"
 #include "zevcore/files/FileRecovery.h"
 #include "zevcore/graphics/GridManager.h"
+#include "zevcore/platform/Desktop.h"
 #include "zevcore/platform/Registry.h"
 #include "zevcore/quantities/Units.h"
+#include "zevcore/settings/PreferenceItem.h"
+#include "zevcore/settings/PreferenceManager.h"
 #include "zevcore/settings/PropertyGrid.h"
 
 using studio::StudioWindow;
@@ -331,17 +336,28 @@ private Q_SLOTS:
     }
 
     void aTimedBackupIsOfferedAfterACrash() {
-        StudioWindow window(m_host);
-        QVERIFY(window.OpenFile(kSample));
-        window.Recovery().doTimedBackupEvent();
-        const QString backup = QString::fromUtf8(window.Recovery().timedBackupPath());
-        QVERIFY(backup.endsWith("_Timed_Backup.zevp"));
+        auto window = std::make_unique<StudioWindow>(m_host);
+        QVERIFY(window->OpenFile(kSample));
+        // The studio's own interval, in the store for the library and the preferences alike.
+        QCOMPARE(window->Recovery().backupMinutes(), studio::kDefaultBackupMinutes);
+        QCOMPARE(window->Recovery().backupTimer()->period(), 5u * 60000u);
+        window->Recovery().doTimedBackupEvent();
+        const QString backup = QString::fromUtf8(window->Recovery().timedBackupPath());
+        QVERIFY(backup.endsWith("plate_with_hole_Timed_Backup.zevp"));
         QVERIFY(readAll(backup).contains("# zevcore-studio options:"));
+        // As after a kill: the window's orderly end would remove the backup.
+        const QByteArray kept = readAll(backup);
+        window.reset();
+        QVERIFY(!QFile::exists(backup));
+        {
+            QFile file(backup);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(kept);
+        }
 
-        // The next start, as after a crash: the backup is still there.
+        // The next start: the question names the project and the backup's time.
         CZEVScriptedDialogs dialogs;
         dialogs.AnswerMessage(IDYES);
-        dialogs.AnswerFile(window.Recovery().timedBackupPath());
         IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
         StudioWindow next(m_host);
         next.OfferRecovery();
@@ -349,9 +365,82 @@ private Q_SLOTS:
         QVERIFY(next.HasRegion());
         QCOMPARE(next.Region().interiorPoints.size(), size_t(4));
         QVERIFY(next.ProjectPath().isEmpty());  // saved under a name the user gives
-        QCOMPARE(dialogs.Asked().size(), size_t(2));
-        QCOMPARE(dialogs.Asked()[0].caption, std::string("File Recovery!"));
-        QCOMPARE(dialogs.Asked()[1].kind, std::string("file"));
+        QCOMPARE(dialogs.Asked().size(), size_t(1));
+        QCOMPARE(dialogs.Asked()[0].caption, std::string("File Recovery"));
+        const QString question = QString::fromStdString(dialogs.Asked()[0].text);
+        QVERIFY2(question.contains("\"plate_with_hole\"") && question.contains("today at "),
+                 qPrintable(question));
+        // The backup moved to the recovered project's own, so a second crash still finds it.
+        QVERIFY(!QFile::exists(backup));
+        const QString moved = QString::fromUtf8(next.Recovery().timedBackupPath());
+        QVERIFY(moved.endsWith("Untitled_Timed_Backup.zevp"));
+        QCOMPARE(readAll(moved), kept);
+    }
+
+    void aBackupAnsweredNoIsDeletedAndCancelKeepsIt() {
+        const QString backup =
+            QString::fromUtf8(ZEVTempFolder().GetString()) + "/beam_Timed_Backup.zevp";
+        for (const int answer : {IDCANCEL, IDNO}) {
+            QFile file(backup);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(readAll(kSample));
+            file.close();
+            CZEVScriptedDialogs dialogs;
+            dialogs.AnswerMessage(answer);
+            IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
+            StudioWindow next(m_host);
+            next.OfferRecovery();
+            ZEVInstallDialogs(old);
+            QVERIFY(!next.HasRegion());
+            QCOMPARE(QFile::exists(backup), answer == IDCANCEL);
+        }
+    }
+
+    // Timed backups came every quarter of an hour, so a crash minutes after an edit lost it.
+    void anEditIsBackedUpAtOnce() {
+        StudioWindow window(m_host);
+        window.show();
+        QVERIFY(window.OpenFile(kSample));
+        const QString backup = QString::fromUtf8(window.Recovery().timedBackupPath());
+        QVERIFY(!QFile::exists(backup));
+        typeInto(*window.GridView(), "Element size", "0.7");
+        QVERIFY(readAll(backup).contains("size=0.7"));
+        QCOMPARE(window.StatusText(), QString("Mesh options changed"));
+    }
+
+    void theRecoverySettingsAreRowsOfThePreferences() {
+        StudioWindow window(m_host);
+        CPreferenceManager& prefs = window.Preferences();
+        auto* minutes =
+            dynamic_cast<CIntPreference*>(prefs.GetPreference(studio::kPrefBackupMinutes));
+        auto* copies =
+            dynamic_cast<CIntPreference*>(prefs.GetPreference(studio::kPrefHistoryCopies));
+        auto* folder =
+            dynamic_cast<CFolderPreference*>(prefs.GetPreference(studio::kPrefHistoryFolder));
+        QVERIFY(minutes && copies && folder);
+        QCOMPARE(minutes->GetValue(), studio::kDefaultBackupMinutes);
+        QCOMPARE(QString::fromUtf8(folder->GetFolder().GetString()),
+                 QString::fromUtf8(ZEVTempFolder().GetString()));
+        const QString history = scratch("history");
+        QDir().mkpath(history);
+        minutes->SetValue(2);
+        copies->SetValue(7);
+        folder->SetFolder(history.toUtf8().constData());
+        QCOMPARE(
+            studio::storeRecoveryPreferences(prefs, studio::kStudioRegistryBase, window.Recovery()),
+            ERROR_SUCCESS);
+        QCOMPARE(window.Recovery().backupMinutes(), 2);
+        QCOMPARE(window.Recovery().historyLevelCount(), 7);
+        QCOMPARE(QString::fromUtf8(window.Recovery().historyFolder()), history);
+        QVERIFY(window.OpenFile(kSample));
+        QCOMPARE(window.Recovery().backupTimer()->period(), 2u * 60000u);
+
+        // Under the application's key, where the next start reads them.
+        StudioWindow next(m_host);
+        QCOMPARE(next.Recovery().backupMinutes(), 2);
+        auto* shown = dynamic_cast<CIntPreference*>(
+            next.Preferences().GetPreference(studio::kPrefHistoryCopies));
+        QCOMPARE(shown->GetValue(), 7);
     }
 
 private:

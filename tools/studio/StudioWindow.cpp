@@ -5,8 +5,10 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDockWidget>
+#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
+#include <QLocale>
 #include <QMenu>
 #include <QMenuBar>
 #include <QOpenGLContext>
@@ -24,6 +26,7 @@
 
 #include "tools/studio/GLMeshView.h"
 #include "tools/studio/MeshView.h"
+#include "tools/studio/Recovery.h"
 #include "tools/zevcore/MeshDxf.h"
 #include "tools/zevcore/MeshPaver.h"
 #include "tools/zevcore/MeshTriangle.h"
@@ -93,12 +96,17 @@ StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
 
     m_preferences = zevtool::makeStudioPreferences();
     m_preferences->ReadPreferencesFromRegistry();
+    setDefaultBackupInterval(kStudioRegistryBase);
+    addRecoveryPreferences(*m_preferences, kStudioRegistryBase);
 
     m_options.Load(defaultSettings());
     m_grid->SetGroup(&m_options, 1);
     m_gridView = new CZEVQtGridView(*m_grid, this);
     m_gridView->setMinimumHeight(140);
-    m_options.onChange = [this] { setStatus(tr("Mesh options changed")); };
+    m_options.onChange = [this] {
+        setStatus(tr("Mesh options changed"));
+        backUpNow();
+    };
 
     m_meshButton = new QPushButton(tr("Mesh"), this);
     m_meshButton->setObjectName("meshButton");
@@ -236,16 +244,30 @@ LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
     }
     if (message == WM_ZEV_TIMED_BACKUP) {
         const char* path = reinterpret_cast<const char*>(wParam);
-        if (!m_hasRegion || !path) return 0;
-        try {
-            zevtool::writeOutput(path, projectText(m_region, m_options.Settings()));
+        if (path && writeBackup(path) && !m_quietBackup)
             setStatus(tr("Backed up to %1").arg(QString::fromUtf8(path)));
-        } catch (const std::exception& e) {
-            setStatus(QString::fromUtf8(e.what()));
-        }
         return 0;
     }
     return 0;
+}
+
+bool StudioWindow::writeBackup(const char* path) {
+    if (!m_hasRegion) return false;
+    try {
+        zevtool::writeOutput(path, projectText(m_region, m_options.Settings()));
+        return true;
+    } catch (const std::exception& e) {
+        setStatus(QString::fromUtf8(e.what()));
+        return false;
+    }
+}
+
+void StudioWindow::backUpNow() {
+    // A change is in the backup at once, not a whole interval later: a crash soon after an
+    // edit loses nothing. The status line keeps what the change itself said.
+    m_quietBackup = true;
+    m_recovery->doTimedBackupEvent();
+    m_quietBackup = false;
 }
 
 void StudioWindow::logLine(const QString& line) {
@@ -553,12 +575,33 @@ bool StudioWindow::showSummary(const std::string& method, int missed, const QStr
 }
 
 void StudioWindow::OfferRecovery() {
-    char found[260] = {};
-    if (CrashFileExists(found, kProjectExtension) && OpenFile(QString::fromUtf8(found))) {
-        // A recovered backup is saved under a name of the user's choosing.
+    for (const FoundBackup& backup : findBackups(kProjectExtension)) {
+        const int answer =
+            ZEVDialogs().MessageBox(m_handle, recoveryQuestion(backup).toUtf8().constData(),
+                                    "File Recovery", MB_YESNOCANCEL | MB_ICONQUESTION);
+        if (answer == IDNO) {
+            QFile::remove(backup.path);
+            continue;
+        }
+        if (answer != IDYES) return;
+        {
+            // A backup is no project of the user's: no dated copy of it.
+            CDisableTemporarily noHistory(m_recovery->historyFlag());
+            if (!OpenFile(backup.path)) return;
+        }
+        // The recovered project is new until the user names it; its backup moves to the new
+        // project's name at once, so a second crash still finds it.
         m_projectPath.clear();
+        m_recovery->newProject();
+        const QString moved = QString::fromUtf8(m_recovery->timedBackupPath());
+        if (writeBackup(m_recovery->timedBackupPath()) &&
+            QFileInfo(moved).absoluteFilePath() != QFileInfo(backup.path).absoluteFilePath())
+            QFile::remove(backup.path);
         setWindowTitle(tr("Recovered project - ZEVCore Studio"));
-        setStatus(tr("Recovered %1").arg(QString::fromUtf8(found)));
+        setStatus(
+            tr("Recovered the backup of %1 written %2")
+                .arg(backup.project, QLocale().toString(backup.written, QLocale::ShortFormat)));
+        return;
     }
 }
 
@@ -566,11 +609,16 @@ void StudioWindow::ShowPreferences() {
     if (m_meshing) return;
     // Shown as they stand now: another program may have changed some since they were read.
     m_preferences->ReadPreferencesFromRegistry();
+    loadRecoveryPreferences(*m_preferences, kStudioRegistryBase);
     CZEVQtPreferencesDialog dialog(*m_preferences, this);
     dialog.exec();
     // The dialog stores what changed as it closes.
     if (m_preferences->LastStoreStatus() != ERROR_SUCCESS)
         storeFailed(tr("The preferences"), m_preferences->LastStoreStatus());
+    if (const int status =
+            storeRecoveryPreferences(*m_preferences, kStudioRegistryBase, *m_recovery);
+        status != ERROR_SUCCESS)
+        storeFailed(tr("The recovery settings"), status);
     ApplyPreferences();
 }
 

@@ -59,7 +59,8 @@ public:
     bool SaveMesh(const QString& path);
     /// Meshes the open region with the options shown.
     MeshOutcome MeshNow();
-    /// When a timed backup of an earlier run is found, offers to open it (at start-up).
+    /// When timed backups of an earlier run are found, offers each, newest first, naming its
+    /// project and time: Yes opens it, No deletes it, Cancel keeps the rest (at start-up).
     void OfferRecovery();
     void ShowPreferences();
     /// Takes the preferences' unit style, colours and defaults.
@@ -99,6 +100,10 @@ private:
     LRESULT handleMessage(UINT message, WPARAM wParam, LPARAM lParam);
     void buildMenus();
     void logLine(const QString& line);
+    /// Writes the open project to `path`; false (said in the status bar) when it cannot.
+    bool writeBackup(const char* path);
+    /// Has the recovery write its backup now, after a change.
+    void backUpNow();
     void chooseAndOpen();
     void chooseAndSaveProject();
     void chooseAndSaveMesh();
@@ -142,6 +147,7 @@ private:
     QString m_sourcePath;
     QString m_projectPath;
     bool m_meshing = false;
+    bool m_quietBackup = false;
     bool m_stopRequested = false;
     int m_lines = 0;
     QString m_lastLine;
