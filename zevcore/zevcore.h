@@ -45,9 +45,12 @@
 #include "zevcore/geometry/Vector3D.h"
 
 #include "zevcore/mesh/MeshQuad.h"
+#include "zevcore/mesh/MeshRegion.h"
+#include "zevcore/mesh/Mesher.h"
 #include "zevcore/mesh/TriangleMesher.h"
 #include "zevcore/mesh/paver/Geometry.h"
 #include "zevcore/mesh/paver/MeshModel.h"
+#include "zevcore/mesh/paver/Resample.h"
 
 #include "zevcore/files/BinaryStream.h"
 #include "zevcore/files/FileRecovery.h"
@@ -56,6 +59,7 @@
 #include "zevcore/files/Xml.h"
 #include "zevcore/files/dxf/Drawing.h"
 #include "zevcore/files/dxf/Dxf.h"
+#include "zevcore/files/dxf/DxfOutlines.h"
 #include "zevcore/files/dxf/DxfFileWrite.h"
 
 #include "zevcore/graphics/GLEnabledView.h"
