@@ -238,22 +238,29 @@ TEST(PreferenceManager, TreeRules) {
     Tree t("App");
     CIntPreference second("Other", 0, 0, 1, 0);
     t.manager.AddPreference(1, &second, 0);  // a taken key: the first stays, the item is ours
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.manager.GetPreference(1)->GetName(), "Decimals");
     t.manager.AddPreference(9, &second, -1);
+    EXPECT_TRUE(t.manager.IsValid());
     t.manager.AddPreference(9, &second, 2);
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.manager.GetPreference(9), nullptr);
     EXPECT_EQ(t.manager.AddGroup("Lost", 0, 2), -1);
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.manager.GetNumGroups(-1), 0);
     EXPECT_EQ(t.manager.GetNumPreferences(9999), 0);
     EXPECT_EQ(t.manager.GetNumPreferences(0), 2);
     EXPECT_EQ(t.manager.GetCategoryImageList().GetImageCount(), 0);  // no bitmap headless
+    EXPECT_TRUE(t.manager.IsValid());
 }
 
 TEST(PreferenceManager, StoreReadAndWrite) {
     zevtest::ScopedStore store;
     Tree t("Frame Designer");
     EXPECT_EQ(t.manager.ReadPreferencesFromRegistry(), 1);  // nothing stored yet
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.manager.initialReads, 2);
     EXPECT_EQ(t.manager.finished, 0);
 
@@ -261,6 +268,7 @@ TEST(PreferenceManager, StoreReadAndWrite) {
     t.span().SetValue(150.0);
     t.title().SetString("Portal");
     ASSERT_EQ(t.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_TRUE(t.manager.IsValid());
 
     HKEY key = nullptr;
     ASSERT_EQ(RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\ZEV\\Frame Designer\\Units\\Style", 0,
@@ -278,11 +286,13 @@ TEST(PreferenceManager, StoreReadAndWrite) {
 
     Tree fresh("Frame Designer");
     EXPECT_EQ(fresh.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_TRUE(fresh.manager.IsValid());
     EXPECT_EQ(fresh.manager.finished, 1);
     EXPECT_EQ(fresh.decimals().GetValue(), 4);
     EXPECT_EQ(fresh.span().GetValue(), 150.0);
     EXPECT_EQ(fresh.title().GetString(), "Portal");
     fresh.manager.WritePreferencesToRegistry();
+    EXPECT_TRUE(fresh.manager.IsValid());
     RegOpenKeyExA(HKEY_CURRENT_USER, "Software\\ZEV\\Frame Designer\\Units\\Style", 0, KEY_READ,
                   &key);
     EXPECT_EQ(RegQueryValueExA(key, "Retired", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
@@ -329,6 +339,7 @@ TEST(PreferenceManager, AnotherProcessSeesAnAcceptedChange) {
     ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     Tree t("Shared");
     t.manager.ReadPreferencesFromRegistry();
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.decimals().GetValue(), 5);
 }
 
@@ -340,6 +351,7 @@ TEST(PreferenceManager, AWriterKilledMidwayLeavesAWholeTree) {
         first.span().SetValue(0);
         first.title().SetString("zero");
         ASSERT_EQ(first.manager.WritePreferencesToRegistry(), 1);
+        EXPECT_TRUE(first.manager.IsValid());
     }
     for (int round = 0; round < 5; ++round) {
         const pid_t child = fork();
@@ -360,6 +372,7 @@ TEST(PreferenceManager, AWriterKilledMidwayLeavesAWholeTree) {
         waitpid(child, nullptr, 0);
         Tree t("Killed");
         ASSERT_EQ(t.manager.ReadPreferencesFromRegistry(), 1);
+        EXPECT_TRUE(t.manager.IsValid());
         const int v = t.decimals().GetValue();
         EXPECT_EQ(t.span().GetValue(), v) << "round " << round;
         EXPECT_EQ(t.title().GetString(), v ? "one" : "zero") << "round " << round;
@@ -420,14 +433,19 @@ TEST(PreferenceManagerRegression, AWriteStoresOnlyWhatChangedHere) {
     zevtest::ScopedStore store;
     Tree first("Shared"), second("Shared");
     ASSERT_EQ(first.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_TRUE(first.manager.IsValid());
     ASSERT_EQ(second.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_TRUE(second.manager.IsValid());
     first.decimals().SetValue(5);
     ASSERT_EQ(first.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_TRUE(first.manager.IsValid());
     second.title().SetString("Portal");
     ASSERT_EQ(second.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_TRUE(second.manager.IsValid());
 
     Tree fresh("Shared");
     ASSERT_EQ(fresh.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_TRUE(fresh.manager.IsValid());
     EXPECT_EQ(fresh.decimals().GetValue(), 5);
     EXPECT_EQ(fresh.title().GetString(), "Portal");
     EXPECT_EQ(fresh.span().GetValue(), 120.0);  // every item is in the store after a write
@@ -439,6 +457,7 @@ TEST(PreferenceManagerRegression, AWriteStoresOnlyWhatChangedHere) {
               ERROR_SUCCESS);
     ASSERT_EQ(RegDeleteValueA(key, "Span"), ERROR_SUCCESS);
     ASSERT_EQ(second.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_TRUE(second.manager.IsValid());
     DWORD size = 0;
     EXPECT_EQ(RegQueryValueExA(key, "Span", nullptr, nullptr, nullptr, &size), ERROR_SUCCESS);
     RegCloseKey(key);
@@ -477,6 +496,7 @@ TEST(PreferenceManager, WritersSideBySideLoseNothing) {
     }
     Tree t("Busy");
     ASSERT_EQ(t.manager.ReadPreferencesFromRegistry(), 1);
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.decimals().GetValue(), kRounds % 8);
     EXPECT_EQ(t.span().GetValue(), kRounds);
     EXPECT_EQ(t.title().GetString(), "round 8");
@@ -491,6 +511,7 @@ TEST(PreferenceManagerRegression, AFailedCommitIsReportedAndStoresNothing) {
     IZEVSettingsStore* previous = ZEVInstallSettingsStore(&failing);
     Tree t("Full");
     ASSERT_EQ(t.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_TRUE(t.manager.IsValid());
     const struct { bool failWrites, failCommit; } cases[] = {{true, false}, {false, true}};
     for (const auto& c : cases) {
         failing.failWrites = c.failWrites;
@@ -498,18 +519,22 @@ TEST(PreferenceManagerRegression, AFailedCommitIsReportedAndStoresNothing) {
         t.decimals().SetValue(6);
         t.title().SetString("lost?");
         EXPECT_EQ(t.manager.WritePreferencesToRegistry(), 0);
+        EXPECT_TRUE(t.manager.IsValid());
         EXPECT_EQ(t.manager.LastStoreStatus(), ERROR_DISK_FULL);
         Tree reader("Full");
         ASSERT_EQ(reader.manager.ReadPreferencesFromRegistry(), 1);
+        EXPECT_TRUE(reader.manager.IsValid());
         EXPECT_EQ(reader.decimals().GetValue(), 2) << "nothing of a failed write lands";
         EXPECT_EQ(reader.title().GetString(), "Frame");
     }
     // Once the store works again, the next write stores the changes the failed one held.
     failing.failWrites = failing.failCommit = false;
     EXPECT_EQ(t.manager.WritePreferencesToRegistry(), 1);
+    EXPECT_TRUE(t.manager.IsValid());
     EXPECT_EQ(t.manager.LastStoreStatus(), ERROR_SUCCESS);
     Tree reader("Full");
     reader.manager.ReadPreferencesFromRegistry();
+    EXPECT_TRUE(reader.manager.IsValid());
     EXPECT_EQ(reader.decimals().GetValue(), 6);
     EXPECT_EQ(reader.title().GetString(), "lost?");
     ZEVInstallSettingsStore(previous);

@@ -166,6 +166,29 @@ int CPreferenceManager::GetNumPreferences(int group) const {
     return g ? static_cast<int>(g->members.size()) : 0;
 }
 
+bool CPreferenceManager::IsValid() const {
+    std::vector<int> groupOwners(m_groups.size(), 0);
+    for (const TPreferenceCategory& category : m_categories)
+        for (int g : category.members) {
+            if (g < 0 || g >= static_cast<int>(m_groups.size())) return false;
+            ++groupOwners[static_cast<std::size_t>(g)];
+        }
+    for (int owners : groupOwners)
+        if (owners != 1) return false;
+    std::map<int, int> itemOwners;
+    for (const TPreferenceGroup& group : m_groups)
+        for (int key : group.members) {
+            if (!m_preferences.count(key)) return false;
+            ++itemOwners[key];
+        }
+    if (itemOwners.size() != m_preferences.size()) return false;
+    for (const auto& [key, owners] : itemOwners)
+        if (owners != 1 || !m_preferences.at(key)) return false;
+    for (const auto& [key, bytes] : m_synced)
+        if (!m_preferences.count(key)) return false;
+    return true;
+}
+
 CImageList& CPreferenceManager::GetCategoryImageList() {
     if (!m_images.IsCreated()) m_images.Create(m_imageResource, 14, 1, 0xFFFFFF);
     return m_images;

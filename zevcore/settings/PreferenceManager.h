@@ -84,6 +84,10 @@ public:
     /// What the store answered to the last read or write that failed, ERROR_SUCCESS when it
     /// went through.
     LSTATUS LastStoreStatus() const { return m_storeStatus; }
+    /// The tree's rules hold: each group belongs to one category and each item to one group,
+    /// every index and key names something there, and what is remembered of the store is
+    /// about items there.
+    bool IsValid() const;
     void Serialize(CArchive& ar) override;
 
     virtual void OnInitialRegistryRead() {}

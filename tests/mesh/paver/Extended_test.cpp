@@ -114,8 +114,7 @@ TEST(ExtendedOutline, APolylineDrawnForACurveIsDividedAsACurve) {
     EXPECT_LE(nodes.size(), 8u);
     for (std::size_t k = 0; k < nodes.size(); ++k) {
         EXPECT_NEAR(std::hypot(nodes[k].x - 40, nodes[k].y - 40), 11.0, 0.1);
-        EXPECT_NEAR(std::hypot(loops[1].middles[k].x - 40, loops[1].middles[k].y - 40), 11.0,
-                    0.1);
+        EXPECT_NEAR(std::hypot(loops[1].middles[k].x - 40, loops[1].middles[k].y - 40), 11.0, 0.1);
     }
     // The hole stays clockwise, the region on the left of its sides.
     double twice = 0.0;
@@ -148,18 +147,17 @@ TEST(ExtendedOutline, AShortSideBetweenCornersGradesItsNeighbours) {
 TEST(ExtendedOutline, ANarrowGapLowersTheSize) {
     const auto loops = sampleLoops({xy(rectangle(0, 0, 100, 1))}, {}, 10.0);
     ASSERT_EQ(loops.size(), 1u);
-    for (std::size_t k = 0; k < loops[0].nodes.size(); ++k)
-        EXPECT_LE(side(loops[0].nodes, k), 1.6);
+    for (std::size_t k = 0; k < loops[0].nodes.size(); ++k) EXPECT_LE(side(loops[0].nodes, k), 1.6);
 }
 
 TEST(ExtendedOutline, ConstraintPointsStayAndDegenerateLoopsGo) {
-    const auto loops = sampleLoops({xy(rectangle(0, 0, 10, 10)), {{1, 1}, {2, 2}}}, {{3.3, 0}},
-                                   4.0);
+    const auto loops =
+        sampleLoops({xy(rectangle(0, 0, 10, 10)), {{1, 1}, {2, 2}}}, {{3.3, 0}}, 4.0);
     ASSERT_EQ(loops.size(), 1u);
     bool found = false;
     for (std::size_t k = 0; k < loops[0].nodes.size(); ++k)
-        found = found || (loops[0].nodes[k].x == 3.3 && loops[0].nodes[k].y == 0.0 &&
-                          loops[0].kept[k]);
+        found =
+            found || (loops[0].nodes[k].x == 3.3 && loops[0].nodes[k].y == 0.0 && loops[0].kept[k]);
     EXPECT_TRUE(found);
     EXPECT_TRUE(sampleLoops({}, {}, 1.0).empty());
     EXPECT_TRUE(sampleLoops({xy(rectangle(0, 0, 1, 1))}, {}, NAN).empty());
@@ -178,8 +176,8 @@ struct Case {
 std::vector<Case> extendedCases() {
     std::vector<Case> cases;
     for (unsigned seed = 101; seed <= 124; ++seed)
-        cases.push_back({"star" + std::to_string(seed), starRegion(seed).loops,
-                         seed % 2 ? 0.35 : 0.2, false});
+        cases.push_back(
+            {"star" + std::to_string(seed), starRegion(seed).loops, seed % 2 ? 0.35 : 0.2, false});
     cases.push_back({"S4", squareWithRoundHole(), 0.4, true});
     cases.push_back({"S3", {octagonS3()}, 0.1, true});
     std::vector<Loop> plate = {rectangle(0, 0, 400, 300)};
@@ -188,10 +186,8 @@ std::vector<Case> extendedCases() {
     plate.push_back({{150, 120}, {150, 180}, {250, 180}, {250, 120}});
     for (double size : {10.0, 25.0, 50.0}) cases.push_back({"base plate", plate, size, true});
     cases.push_back({"strip", {rectangle(0, 0, 500, 10)}, 31.25, true});
-    cases.push_back({"notch",
-                     {{{0, 0}, {100, 0}, {100, 60}, {50.05, 60}, {50, 60.3}, {0, 60}}},
-                     6.25,
-                     true});
+    cases.push_back(
+        {"notch", {{{0, 0}, {100, 0}, {100, 60}, {50.05, 60}, {50, 60.3}, {0, 60}}}, 6.25, true});
     return cases;
 }
 
@@ -228,8 +224,7 @@ TEST(ExtendedMesh, CoversEveryRegionWithGoodCorners) {
         double farthest = 0.0;
         for (const MeshVertex* v : model.vertices)
             if (v->isShapeBoundary)
-                farthest =
-                    std::max(farthest, distanceToOutline(c.loops, v->point.x, v->point.y));
+                farthest = std::max(farthest, distanceToOutline(c.loops, v->point.x, v->point.y));
         EXPECT_LT(farthest, 1e-9 * extent) << c.name;
     }
 }
