@@ -258,3 +258,17 @@ TEST(MeshDxf, MshGroupsTheBoundarysSidesByLoop) {
     // Names that do not fit the loops give way to "outer" and "hole N".
     EXPECT_NE(mshText(mesh, region, {}).find("1 1 \"outer\""), std::string::npos);
 }
+
+// Placing an empty block cost nothing, so arrays of arrays of it ran for ever.
+TEST(MeshDxfRegression, ArraysOfEmptyBlocksEndWithinTheBudget) {
+    zevtest::TempDir dir;
+    const std::string path = dir.file("a.dxf");
+    zevtest::writeFile(
+        path,
+        "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n2\nE\n0\nENDBLK\n"
+        "0\nBLOCK\n2\nF\n0\nINSERT\n2\nE\n70\n10000\n71\n10000\n0\nENDBLK\n"
+        "0\nENDSEC\n0\nSECTION\n2\nENTITIES\n"
+        "0\nLINE\n11\n1\n0\nINSERT\n2\nF\n70\n10000\n71\n10000\n0\nENDSEC\n0\nEOF\n");
+    const Drawing d = readDrawing(path, false);
+    EXPECT_EQ(d.shapes.size(), 1u);
+}

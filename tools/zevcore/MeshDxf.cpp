@@ -614,6 +614,7 @@ struct Placer {
         open.push_back(found->first);
         for (int row = 0; row < item.rows && budget > 0; ++row)
             for (int column = 0; column < item.columns && budget > 0; ++column) {
+                --budget;  // a place of an empty block costs too
                 // The array's spacing runs along the insert's rotated axes, unscaled.
                 const double ox = column * item.columnSpacing, oy = row * item.rowSpacing;
                 Affine local;

@@ -68,8 +68,9 @@ bool sameLayerName(const std::string& a, const std::string& b);
 
 /// A drawing with every INSERT (and MINSERT array) expanded: blocks placed with their
 /// insertion points, scales and rotations, nested up to 16 deep and never through a block
-/// already being placed, at most 2,000,000 entities in all. Names and texts are UTF-8 ($DWGCODEPAGE
-/// honoured for files before R2007). Dimensions are drawn from their blocks when `dimensions`.
+/// already being placed, at most 2,000,000 entities and places in all. Names and texts are UTF-8
+/// ($DWGCODEPAGE honoured for files before R2007). Dimensions are drawn from their blocks when
+/// `dimensions`.
 struct Drawing {
     tag_DXFHEADERVARS header;
     LengthUnit unit;

@@ -532,3 +532,17 @@ TEST_F(DrawingRegression, MTextHatchesAndArrayInsertsComeInAsTheDatabasesKinds) 
     EXPECT_EQ(places, (std::vector<std::pair<double, double>>{
                           {1, 1}, {6, 1}, {1, 8}, {6, 8}, {1, 15}, {6, 15}}));
 }
+
+// An array insert of a few bytes became a million inserts when loaded.
+TEST_F(DrawingRegression, ArrayInsertsOfAFewBytesStayBounded) {
+    zevtest::TempDir dir;
+    const std::string path = dir.file("a.dxf");
+    std::string text =
+        "0\nSECTION\n2\nBLOCKS\n0\nBLOCK\n2\nB\n0\nPOINT\n0\nENDBLK\n0\nENDSEC\n"
+        "0\nSECTION\n2\nENTITIES\n";
+    for (int i = 0; i < 3; ++i) text += "0\nINSERT\n2\nB\n70\n1000\n71\n1000\n44\n1\n45\n1\n";
+    zevtest::writeFile(path, text + "0\nENDSEC\n0\nEOF\n");
+    ASSERT_TRUE(dwg.LoadDXFFile(path.c_str()));
+    EXPECT_EQ(types(h).size(), 3u + 10000u);
+    EXPECT_TRUE(drwIsValid(h));
+}

@@ -211,8 +211,12 @@ void addReadEntity(tag_DRAWING* d, unsigned long block, const tag_DXFENTITYHEADE
 // The database has no MTEXT, HATCH or array insert: an MTEXT comes in as a TEXT for each of
 // its lines, a HATCH as a closed polyline for each boundary path, an array insert as an
 // INSERT for each of its places.
+// A file of a few bytes an array could otherwise fill the memory with inserts: a load places
+// at most this many beyond each array's first.
+constexpr long kMostArrayPlaces = 10000;
+
 void addOtherEntity(tag_DRAWING* d, HDXF f, unsigned long block, tag_DXFENTITYHEADER& fh,
-                    DXFENTITYDATA& fe) {
+                    DXFENTITYDATA& fe, long& arrayPlaces) {
     constexpr double kPi = 3.14159265358979323846;
     if (fh.EntityType == ENT_MTEXT) {
         const tag_DXFENTMTEXT m = fe.MText;
@@ -261,6 +265,7 @@ void addOtherEntity(tag_DRAWING* d, HDXF f, unsigned long block, tag_DXFENTITYHE
     const int rows = extra.Rows < 1 ? 1 : (extra.Rows > 1000 ? 1000 : extra.Rows);
     for (int row = 0; row < rows; ++row)
         for (int column = 0; column < columns; ++column) {
+            if ((row || column) && arrayPlaces-- <= 0) return;
             const double dx = column * extra.ColumnSpacing, dy = row * extra.RowSpacing;
             fe.Insert.Insert.Point0.x = in.Point0.x + std::cos(r) * dx - std::sin(r) * dy;
             fe.Insert.Insert.Point0.y = in.Point0.y + std::sin(r) * dx + std::cos(r) * dy;
@@ -269,7 +274,8 @@ void addOtherEntity(tag_DRAWING* d, HDXF f, unsigned long block, tag_DXFENTITYHE
 }
 
 // Reads the entities of the section or block, into `block` when `keep`.
-void readEntities(tag_DRAWING* d, HDXF f, unsigned long block, bool keep = true) {
+void readEntities(tag_DRAWING* d, HDXF f, unsigned long block, long& arrayPlaces,
+                  bool keep = true) {
     tag_DXFENTITYHEADER fh;
     auto* fe = new DXFENTITYDATA;
     dxfReadMoreKinds(f, 1);
@@ -278,7 +284,7 @@ void readEntities(tag_DRAWING* d, HDXF f, unsigned long block, bool keep = true)
         dxfGetEntityExtra(f, &extra);
         const bool array = fh.EntityType == ENT_INSERT && (extra.Columns > 1 || extra.Rows > 1);
         if (keep && (fh.EntityType == ENT_MTEXT || fh.EntityType == ENT_HATCH || array))
-            addOtherEntity(d, f, block, fh, *fe);
+            addOtherEntity(d, f, block, fh, *fe, arrayPlaces);
         else if (keep)
             addReadEntity(d, block, fh, *fe);
         dxfFreeEntityData(&fh, fe);
@@ -354,6 +360,7 @@ int drwLoadDXFFile(HDRAWING h, const char* fileName, unsigned long blockObjhandl
     if (!f) return 0;
     auto* record = new DXFTABLERECORD;
     int ok = 1;
+    long arrayPlaces = kMostArrayPlaces;
     while (unsigned long section = dxfFindNextSection(f)) {
         if (section == SEC_TABLES) {
             while (unsigned long type = dxfReadTableType(f, record))
@@ -374,10 +381,10 @@ int drwLoadDXFFile(HDRAWING h, const char* fileName, unsigned long blockObjhandl
                 const unsigned long added = drwAddBlock(h, b);
                 delete b;
                 // A block that cannot be added (a name in use, the table full) is read past.
-                readEntities(h, f, added, added != 0);
+                readEntities(h, f, added, arrayPlaces, added != 0);
             }
         } else if (section == SEC_ENTITIES) {
-            readEntities(h, f, blockObjhandle);
+            readEntities(h, f, blockObjhandle, arrayPlaces);
         }
     }
     delete record;
