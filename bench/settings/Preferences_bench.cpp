@@ -1,5 +1,6 @@
 // A 500-item preference tree read from and written to the settings store, as an
-// application does at start and after each accepted change.
+// application does at start and after each accepted change. The tree read and a write of
+// every value, beside raw SQLite doing the same, are in store_bench.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -18,21 +19,6 @@ namespace {
 
 using zevbench::BenchStore;
 
-void BM_WritePreferenceTree500(benchmark::State& state) {
-    BenchStore store;
-    auto m = zevbench::benchTree();
-    // Every value changed each time, so that the write has all 500 to store.
-    int round = 0;
-    for (auto _ : state) {
-        state.PauseTiming();
-        zevbench::changeEvery(*m, ++round);
-        state.ResumeTiming();
-        benchmark::DoNotOptimize(m->WritePreferencesToRegistry());
-    }
-    state.SetItemsProcessed(state.iterations() * 500);
-}
-BENCHMARK(BM_WritePreferenceTree500)->Unit(benchmark::kMillisecond);
-
 // An unchanged tree written again: only the store's check that every item is there.
 void BM_WriteUnchangedPreferenceTree500(benchmark::State& state) {
     BenchStore store;
@@ -42,14 +28,5 @@ void BM_WriteUnchangedPreferenceTree500(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * 500);
 }
 BENCHMARK(BM_WriteUnchangedPreferenceTree500)->Unit(benchmark::kMillisecond);
-
-void BM_ReadPreferenceTree500(benchmark::State& state) {
-    BenchStore store;
-    auto m = zevbench::benchTree();
-    m->WritePreferencesToRegistry();
-    for (auto _ : state) benchmark::DoNotOptimize(m->ReadPreferencesFromRegistry());
-    state.SetItemsProcessed(state.iterations() * 500);
-}
-BENCHMARK(BM_ReadPreferenceTree500)->Unit(benchmark::kMillisecond);
 
 }  // namespace
