@@ -121,7 +121,18 @@ void write(CPreferenceManager& m, CZEVSettingsBatch& batch) {
         storeFailed("written", committed);
 }
 
-int import(CPreferenceManager& m, const std::string& path, CZEVSettingsBatch& batch) {
+// The objects an archive was read into, freed at the end of the scope.
+struct ArchivedItems {
+    CObArray items;
+    ArchivedItems() = default;
+    ~ArchivedItems() { DeleteArchivedObjects(items); }
+    ArchivedItems(const ArchivedItems&) = delete;
+    ArchivedItems& operator=(const ArchivedItems&) = delete;
+};
+
+// Reads the preferences archive at `path`: the tree's shape, which is passed over, then the
+// items.
+void readArchive(const std::string& path, const CString& app, ArchivedItems& read) {
     CFile file;
     CFileException error;
     if (!file.Open(path.c_str(), CFile::modeRead, &error))
@@ -134,25 +145,23 @@ int import(CPreferenceManager& m, const std::string& path, CZEVSettingsBatch& ba
         IZEVDialogService* previous;
         ~Restore() { ZEVInstallDialogs(previous); }
     } restore{ZEVInstallDialogs(&quiet)};
-    // The tree's shape comes first; the manager reads it and keeps its own.
-    auto shape = makeStudioPreferences(m.GetKey());
-    std::vector<int> keys;
-    for (const auto& [key, item] : m.Preferences()) keys.push_back(key);
-    CObArray items;
-    struct Owner {
-        CObArray& items;
-        ~Owner() { DeleteArchivedObjects(items); }
-    } owner{items};
+    auto shape = makeStudioPreferences(app);
     try {
         shape->Serialize(ar);
-        ReadArchivedPreferences(ar, items);
+        ReadArchivedPreferences(ar, read.items);
     } catch (const CException& e) {
         throw std::runtime_error("'" + path +
                                  "' holds no preferences: " + e.ErrorMessage().GetString());
     }
+}
+
+// Gives the tree's items the values of the archive's items of the same key and kind.
+int import(CPreferenceManager& m, const ArchivedItems& read, CZEVSettingsBatch& batch) {
+    std::vector<int> keys;
+    for (const auto& [key, item] : m.Preferences()) keys.push_back(key);
     int taken = 0;
-    for (int i = 0; i < items.GetSize() && i < static_cast<int>(keys.size()); ++i) {
-        auto* loaded = dynamic_cast<CPreferenceItem*>(items[i]);
+    for (int i = 0; i < read.items.GetSize() && i < static_cast<int>(keys.size()); ++i) {
+        auto* loaded = dynamic_cast<CPreferenceItem*>(read.items[i]);
         CPreferenceItem* mine = m.GetPreference(keys[static_cast<std::size_t>(i)]);
         if (!loaded || !mine || loaded->GetRuntimeClass() != mine->GetRuntimeClass()) continue;
         std::vector<unsigned char> bytes(loaded->GetRegData(),
@@ -181,6 +190,21 @@ int run(const std::vector<std::string>& args) {
     const StoreOverride storeOverride(store);
     requireReadableStore();
 
+    // What can be refused is refused before the store is touched, so that a command that
+    // fails writes nothing, not even an empty store: the value is checked on a tree of
+    // defaults (its rules do not depend on what is stored), the archive read whole.
+    if (action == "set") {
+        auto defaults = makeStudioPreferences(app.c_str());
+        CPreferenceItem& item = find(*defaults, words[1]);
+        const std::string refused = setPreference(item, words[2]);
+        if (!refused.empty()) {
+            std::cerr << "zevcore prefs: " << item.GetName().GetString() << ": " << refused << '\n';
+            return kUsage;
+        }
+    }
+    ArchivedItems imported;
+    if (action == "import") readArchive(words[1], app.c_str(), imported);
+
     // A change is read, made and written in one transaction: a command run beside this one
     // neither loses its own change to this one nor makes this one lose it.
     std::optional<CZEVSettingsBatch> batch;
@@ -198,11 +222,9 @@ int run(const std::vector<std::string>& args) {
     }
     if (action == "set") {
         CPreferenceItem& item = find(*prefs, words[1]);
-        const std::string refused = setPreference(item, words[2]);
-        if (!refused.empty()) {
-            std::cerr << "zevcore prefs: " << item.GetName().GetString() << ": " << refused << '\n';
-            return kUsage;
-        }
+        // Accepted on the defaults above, and a value's rules do not change with the store.
+        if (!setPreference(item, words[2]).empty())
+            throw std::logic_error("a value accepted once was refused again");
         write(*prefs, *batch);
         std::cout << showPreference(item) << '\n';
         return kSuccess;
@@ -211,7 +233,7 @@ int run(const std::vector<std::string>& args) {
         writeOutput(words[1], exported(*prefs));
         return kSuccess;
     }
-    return import(*prefs, words[1], *batch);
+    return import(*prefs, imported, *batch);
 }
 
 }  // namespace
