@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QTabBar>
 #include <QTimer>
+#include <QUndoStack>
 #include <cmath>
 
 #include "QtTestMain.h"
@@ -333,6 +334,59 @@ private Q_SLOTS:
         Units::setStyle(UNIT_STYLE_USA, false);
         StudioWindow next(m_host);
         QCOMPARE(Units::currentStyle(), UNIT_STYLE_NEWTONS_METERS);
+    }
+
+    void undoAndRedoWalkEditsLoadingAndMeshing() {
+        StudioWindow window(m_host);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        // The progress window of a mesh takes the focus; a user clicks back into the window.
+        auto press = [&](Qt::KeyboardModifiers modifiers) {
+            window.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&window));
+            QTest::keyClick(&window, Qt::Key_Z, modifiers);
+        };
+        auto undo = [&] { press(Qt::ControlModifier); };
+        auto redo = [&] { press(Qt::ControlModifier | Qt::ShiftModifier); };
+        QVERIFY(window.OpenFile(kSample));
+        const double opened = window.Options().Settings().size;
+        typeInto(*window.GridView(), "Element size", "0.6");
+        QCOMPARE(window.Options().Settings().size, 0.6);
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
+        const size_t elements = window.CurrentMesh().elements.size();
+        const QString summary = window.Summary()->toPlainText();
+        QVERIFY(window.OpenFile(QString(ZEV_SAMPLES_DIR) + "/plate_drawing.dxf"));
+        QCOMPARE(window.UndoStack().count(), 4);
+
+        undo();  // the drawing's loading
+        QCOMPARE(window.StatusText(), QString("Undone: Open plate_drawing.dxf"));
+        QCOMPARE(window.Region().interiorPoints.size(), size_t(4));
+        QCOMPARE(window.CurrentMesh().elements.size(), elements);
+        QCOMPARE(window.Summary()->toPlainText(), summary);
+        QCOMPARE(window.windowTitle(), QString("plate_with_hole.txt - ZEVCore Studio"));
+        undo();  // the mesh
+        QVERIFY(window.CurrentMesh().elements.empty());
+        QCOMPARE(window.Options().Settings().size, 0.6);
+        undo();  // the edit, shown in the grid too
+        QCOMPARE(window.Options().Settings().size, opened);
+        QCOMPARE(window.Grid().DrawnCell(window.Grid().GetPropertyColumn(), 0).GetText(),
+                 CString(Units::show(UNIT_LENGTH_SMALL, opened, UNIT_SHOW)));
+        undo();  // the first loading: an empty window
+        QVERIFY(!window.HasRegion());
+        QVERIFY(!window.UndoStack().canUndo());
+        undo();  // nothing more to undo: nothing happens
+        QVERIFY(!window.HasRegion());
+
+        for (int i = 0; i < 3; ++i) redo();
+        QCOMPARE(window.StatusText(), QString("Redone: Mesh"));
+        QCOMPARE(window.Options().Settings().size, 0.6);
+        QCOMPARE(window.CurrentMesh().elements.size(), elements);
+        // A new step after an undo drops what could have been redone.
+        undo();
+        typeInto(*window.GridView(), "Element size", "0.8");
+        QVERIFY(!window.UndoStack().canRedo());
+        QVERIFY(window.CurrentMesh().elements.empty());
     }
 
     void aTimedBackupIsOfferedAfterACrash() {

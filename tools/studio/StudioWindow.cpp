@@ -18,6 +18,7 @@
 #include <QStackedWidget>
 #include <QStatusBar>
 #include <QTextCursor>
+#include <QUndoStack>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
@@ -100,10 +101,18 @@ StudioWindow::StudioWindow(CZEVQtHost& host, QWidget* parent)
     addRecoveryPreferences(*m_preferences, kStudioRegistryBase);
 
     m_options.Load(defaultSettings());
+    m_shownSettings = m_options.Settings();
+    m_undo = new QUndoStack(this);
+    // Each step keeps a copy of the region and the mesh.
+    m_undo->setUndoLimit(50);
     m_grid->SetGroup(&m_options, 1);
     m_gridView = new CZEVQtGridView(*m_grid, this);
     m_gridView->setMinimumHeight(140);
     m_options.onChange = [this] {
+        StudioState before = captureState();
+        before.settings = m_shownSettings;
+        m_shownSettings = m_options.Settings();
+        record(tr("Edit the mesh options"), std::move(before));
         setStatus(tr("Mesh options changed"));
         backUpNow();
     };
@@ -191,6 +200,17 @@ void StudioWindow::buildMenus() {
     file->addAction(tr("&Export mesh..."), this, [this] { chooseAndSaveMesh(); });
     file->addSeparator();
     file->addAction(tr("&Quit"), QKeySequence::Quit, this, [this] { close(); });
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    m_undoAction = m_undo->createUndoAction(this, tr("&Undo"));
+    m_undoAction->setShortcut(QKeySequence::Undo);
+    m_redoAction = m_undo->createRedoAction(this, tr("&Redo"));
+    m_redoAction->setShortcuts(
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
+    edit->addAction(m_undoAction);
+    edit->addAction(m_redoAction);
+    // The keys work wherever the focus is in the window, the menu bar shown or not.
+    addAction(m_undoAction);
+    addAction(m_redoAction);
     QMenu* mesh = menuBar()->addMenu(tr("&Mesh"));
     mesh->addAction(tr("&Mesh now"), QKeySequence(Qt::Key_F5), this, [this] { MeshNow(); });
     mesh->addAction(tr("&Fit to window"), this, [this] {
@@ -304,6 +324,7 @@ MeshSettings StudioWindow::defaultSettings() const {
 
 bool StudioWindow::OpenFile(const QString& path) {
     if (m_meshing) return false;
+    StudioState before = captureState();
     zevtool::meshio::Region region;
     Mesh mesh;
     const QString suffix = QFileInfo(path).suffix().toLower();
@@ -347,6 +368,8 @@ bool StudioWindow::OpenFile(const QString& path) {
         savePreferences();
     }
     setWindowTitle(QString("%1 - ZEVCore Studio").arg(QFileInfo(path).fileName()));
+    m_shownSettings = m_options.Settings();
+    record(tr("Open %1").arg(QFileInfo(path).fileName()), std::move(before));
     setStatus(tr("Opened %1: %2 loop(s), %3 constraint point(s)")
                   .arg(QFileInfo(path).fileName())
                   .arg(m_region.loops.size())
@@ -477,6 +500,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         return MeshOutcome::Failed;
     }
 
+    StudioState before = captureState();
     m_log->clear();
     m_lastLine.clear();
     m_lines = 0;
@@ -497,6 +521,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     m_meshButton->setEnabled(false);
     m_gridView->setEnabled(false);
     menuBar()->setEnabled(false);
+    enableUndo(false);
     m_host.Cursor().BeginWaitCursor();
     if (settings.method == "triangle") {
         const double maxArea = settings.maxArea > 0.0
@@ -534,6 +559,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     m_gridView->setEnabled(true);
     m_meshButton->setEnabled(true);
     m_meshing = false;
+    enableUndo(true);
 
     if (stopped) {
         m_mesh = {};
@@ -541,6 +567,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         if (m_glView) m_glView->SetMesh(m_mesh);
         m_summary->setPlainText(
             tr("Meshing stopped by the user after %1 progress line(s).").arg(m_lines));
+        record(tr("Mesh"), std::move(before));
         setStatus(tr("Meshing stopped"));
         return MeshOutcome::Stopped;
     }
@@ -549,13 +576,69 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     if (m_glView) m_glView->SetMesh(m_mesh);
     if (m_mesh.elements.empty()) {
         m_summary->setPlainText(tr("No mesh: %1").arg(failure));
+        record(tr("Mesh"), std::move(before));
         setStatus(tr("Meshing failed"));
         return MeshOutcome::Failed;
     }
     const bool covered = showSummary(settings.method, missed, failure);
+    record(tr("Mesh"), std::move(before));
+    backUpNow();
     setStatus(
         tr("Meshed: %1 nodes, %2 elements").arg(m_mesh.nodes.size()).arg(m_mesh.elements.size()));
     return failure.isEmpty() && covered ? MeshOutcome::Meshed : MeshOutcome::Failed;
+}
+
+StudioState StudioWindow::captureState() const {
+    StudioState state;
+    state.region = m_region;
+    state.meshedRegion = m_meshedRegion;
+    state.mesh = m_mesh;
+    state.hasRegion = m_hasRegion;
+    state.settings = m_options.Settings();
+    state.sourcePath = m_sourcePath;
+    state.projectPath = m_projectPath;
+    state.summary = m_summary->toPlainText();
+    state.title = windowTitle();
+    return state;
+}
+
+void StudioWindow::record(const QString& text, StudioState before) {
+    m_undo->push(new StateCommand(
+        text, std::move(before), captureState(),
+        [this](const StudioState& state, const QString& said) { restoreState(state, said); }));
+}
+
+void StudioWindow::restoreState(const StudioState& state, const QString& said) {
+    if (m_grid->IsEditing()) m_grid->FinishEdit(true);
+    const bool otherFile = state.sourcePath != m_sourcePath || state.hasRegion != m_hasRegion;
+    m_region = state.region;
+    m_meshedRegion = state.meshedRegion;
+    m_mesh = state.mesh;
+    m_hasRegion = state.hasRegion;
+    m_options.Load(state.settings);
+    m_shownSettings = state.settings;
+    m_grid->OnGroupSetup();
+    m_gridView->Refresh();
+    m_sourcePath = state.sourcePath;
+    m_projectPath = state.projectPath;
+    if (otherFile) {
+        // The backup follows the document shown; a file opened again gets no second copy.
+        CDisableTemporarily noHistory(m_recovery->historyFlag());
+        if (m_hasRegion)
+            m_recovery->openProject(m_sourcePath.toUtf8().constData());
+        else
+            m_recovery->closeProject();
+    }
+    showRegion();
+    m_summary->setPlainText(state.summary);
+    setWindowTitle(state.title);
+    backUpNow();
+    setStatus(said);
+}
+
+void StudioWindow::enableUndo(bool on) {
+    m_undoAction->setEnabled(on && m_undo->canUndo());
+    m_redoAction->setEnabled(on && m_undo->canRedo());
 }
 
 bool StudioWindow::showSummary(const std::string& method, int missed, const QString& failure) {

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 
+#include "tools/studio/History.h"
 #include "tools/studio/MeshOptions.h"
 #include "tools/studio/Project.h"
 #include "tools/zevcore/MeshIo.h"
@@ -29,6 +30,7 @@ class QMenu;
 class QPlainTextEdit;
 class QPushButton;
 class QStackedWidget;
+class QUndoStack;
 
 namespace studio {
 
@@ -83,6 +85,8 @@ public:
     CPreferenceManager& Preferences() { return *m_preferences; }
     CFileRecovery& Recovery() { return *m_recovery; }
     CGridManager& Grids() { return *m_grids; }
+    /// The steps that Edit > Undo and Redo walk (option edits, loading, meshing).
+    QUndoStack& UndoStack() { return *m_undo; }
     /// The pointer's snapped position as the status bar shows it.
     QString CoordinatesText() const;
     const QString& ProjectPath() const { return m_projectPath; }
@@ -104,6 +108,13 @@ private:
     bool writeBackup(const char* path);
     /// Has the recovery write its backup now, after a change.
     void backUpNow();
+    StudioState captureState() const;
+    /// Shows `state` as the document, after an undo or redo; `said` goes to the status bar.
+    void restoreState(const StudioState& state, const QString& said);
+    /// Pushes the step just done, from `before` to what shows now.
+    void record(const QString& text, StudioState before);
+    /// Undo and redo wait while the mesher runs.
+    void enableUndo(bool on);
     void chooseAndOpen();
     void chooseAndSaveProject();
     void chooseAndSaveMesh();
@@ -138,6 +149,11 @@ private:
     QLabel* m_coordinates = nullptr;
     std::unique_ptr<CGridManager> m_grids;
     std::unique_ptr<CFileRecovery> m_recovery;
+    QUndoStack* m_undo = nullptr;
+    QAction* m_undoAction = nullptr;
+    QAction* m_redoAction = nullptr;
+    /// The options as the last step left them: an edit's undo goes back to these.
+    MeshSettings m_shownSettings;
 
     zevtool::meshio::Region m_region;
     /// The region the last paver run covered, when it divided a curve afresh; else no loops.
