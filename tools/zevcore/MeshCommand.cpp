@@ -264,6 +264,8 @@ Result runTriangle(const Region& region, const Options& o, double size) {
 }
 
 void checkSize(const Region& region, double size, bool paver) {
+    if (const std::string lines = paverLineProblem(region); paver && !lines.empty())
+        throw UsageError(lines);
     const std::string problem = sizeProblem(region, size, paver);
     if (problem.empty()) return;
     char text[64];

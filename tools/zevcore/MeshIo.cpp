@@ -426,6 +426,14 @@ std::string readInputFile(const std::string& path) {
     return text;
 }
 
+std::string paverLineProblem(const Region& region) {
+    std::size_t lines = 0;
+    for (const auto& loop : region.loops) lines += loop.size();
+    if (lines <= kMaxPaverLines) return "";
+    return "the region has " + std::to_string(lines) + " boundary lines (the paver takes at most " +
+           std::to_string(kMaxPaverLines) + "; --method triangle takes more)";
+}
+
 Region readBoundaryFile(const std::string& path) {
     return parseBoundaryText(readInputFile(path));
 }

@@ -87,6 +87,13 @@ std::string readInputFile(const std::string& path);
 /// Reads and parses a boundary file; an unreadable file is an InputError on line 0.
 Region readBoundaryFile(const std::string& path);
 
+/// The paver lays at least one boundary segment on every line of the outline, and is not
+/// given more lines than this: "the region has 150000 boundary lines (the paver takes at most
+/// 100000; --method triangle takes more)".
+constexpr std::size_t kMaxPaverLines = 100000;
+/// That refusal for the region, or "" when its lines are few enough.
+std::string paverLineProblem(const Region& region);
+
 /// Signed area of a closed loop; positive when counter-clockwise.
 double signedArea(const std::vector<Point>& loop);
 

@@ -142,6 +142,8 @@ void meshRegion(Scene& s, const Options& o) {
         s.mesh = std::move(t.mesh);
         return;
     }
+    if (const std::string lines = meshio::paverLineProblem(s.region); !lines.empty())
+        throw UsageError(lines);
     Paver::CMeshModel model;
     for (const auto& loop : s.region.loops) {
         for (size_t i = 0; i < loop.size(); ++i) {
