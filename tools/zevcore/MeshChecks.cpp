@@ -150,6 +150,11 @@ private:
     template <int N>
     ElementShape measure(const Point* corner) {
         ElementShape s;
+        refresh();
+        // Below 180, the angle grows as its cosine falls; outside these bounds (with room for
+        // rounding) an angle may be a new smallest or largest one.
+        constexpr double kMargin = 1e-9;
+        const double belowMin = m_cosMin - kMargin, aboveMax = m_cosMax + kMargin;
         double ex[N], ey[N], squared[N];  // edge i runs from corner i to corner i + 1
         bool plain = true;
         for (int i = 0; i < N; ++i) {
@@ -165,7 +170,14 @@ private:
             const int before = (i + N - 1) % N;
             const double ax = ex[i], ay = ey[i];
             const double bx = -ex[before], by = -ey[before];
-            if (plain && !mayMatter(ax, ay, bx, by, squared[i] * squared[before])) continue;
+            if (plain) {
+                const double cross = ax * by - ay * bx;
+                if (cross > 0.0) {  // else 180 or more, or not a number
+                    const double cosine =
+                        (ax * bx + ay * by) / std::sqrt(squared[i] * squared[before]);
+                    if (cosine > -1.0 + 1e-6 && cosine < belowMin && cosine > aboveMax) continue;
+                }
+            }
             const double angle = cornerAngle(ax, ay, bx, by);
             if (!(angle < 180.0)) s.concave = true;
             if (!std::isnan(angle)) {
@@ -201,11 +213,9 @@ private:
         return s;
     }
 
-    // Whether the corner's angle may be 180 or more, or outside the smallest and largest
-    // angles met so far. `lengths` is the product of the two sides' squared lengths.
-    bool mayMatter(double ax, double ay, double bx, double by, double lengths) {
-        const double cross = ax * by - ay * bx;
-        if (!(cross > 0.0)) return true;  // 180 or more, or not a number
+    // The cosines of the smallest and largest angles met so far, worked out again when they
+    // change.
+    void refresh() {
         if (m_quality.minAngle != m_knownMin) {
             m_knownMin = m_quality.minAngle;
             m_cosMin = std::cos(m_knownMin * M_PI / 180.0);
@@ -214,11 +224,6 @@ private:
             m_knownMax = m_quality.maxAngle;
             m_cosMax = std::cos(m_knownMax * M_PI / 180.0);
         }
-        // Below 180, the angle grows as its cosine falls.
-        const double cosine = (ax * bx + ay * by) / std::sqrt(lengths);
-        constexpr double kMargin = 1e-9;
-        return !(cosine > -1.0 + 1e-6 && cosine < m_cosMin - kMargin &&
-                 cosine > m_cosMax + kMargin);
     }
 
     const Quality& m_quality;
