@@ -119,6 +119,19 @@ public:
     }
 };
 
+// The dialog's OK wrote every style setting back, undoing what another program had stored
+// since the styles were read; now it writes what changed here and what the store lacks.
+TEST_F(UnitStyleDialog, OkKeepsWhatAnotherProgramStoredMeanwhile) {
+    Units::CUnitStyleDlg dialog(UNIT_STYLE_USA);  // the styles are read here
+    const int theirs = dialog.TableEntry(2, UNIT_LENGTH_SMALL) == 0 ? 1 : 0;
+    store("2-7", theirs);  // another program, meanwhile
+    dialog.SetDecimals(5);
+    dialog.OnOK();
+    EXPECT_EQ(stored("2-7"), theirs);
+    EXPECT_EQ(stored("Precision-0"), 5);
+    EXPECT_EQ(stored("9-8"), dialog.TableEntry(9, UNIT_LENGTH_LARGE));  // missing: written
+}
+
 TEST_F(UnitStyleDialog, CustomizeDialogRunsThroughTheRunner) {
     EXPECT_EQ(Units::customizeDialog(), IDCANCEL);  // headless: nothing shown, nothing changed
     EXPECT_EQ(Units::currentStyle(), UNIT_STYLE_USA);

@@ -59,6 +59,13 @@ bool readIndex(const char* key, int& value) {
     return detail::readSetting(key, value);
 }
 
+// The style settings as this process and the store last agreed on them (read or saved): what
+// tells a change made here from one another program stored meanwhile.
+detail::SUnitState& agreed() {
+    static detail::SUnitState settings;
+    return settings;
+}
+
 }  // namespace
 
 void readStyles() {
@@ -91,31 +98,41 @@ void readStyles() {
         }
     }
     s.stylesRead = true;
+    agreed() = s;
 }
 
 void detail::saveStyles() {
     const SUnitState& s = state();
+    const SUnitState& was = agreed();
     // Another process reads the styles whole or not at all, and a kill leaves the old ones.
     CZEVSettingsBatch batch;
     beginSettings();
     char key[32];
-    writeSetting("Style", s.style);
-    writeSetting("FtIn16ths", s.feetInches ? 1 : 0);
+    // A setting changed here is written; one unchanged here only when the store lacks it, so
+    // that what another program stored since the styles were read stays. Styles never read
+    // are written whole.
+    const auto put = [&](const char* name, int value, int before) {
+        int there = 0;
+        if (!s.stylesRead || value != before || !readSetting(name, there))
+            writeSetting(name, value);
+    };
+    put("Style", s.style, was.style);
+    put("FtIn16ths", s.feetInches ? 1 : 0, was.feetInches ? 1 : 0);
     for (int style = 0; style < kStyleCount; ++style) {
         std::snprintf(key, sizeof key, "Precision-%d", style);
-        writeSetting(key, s.precision[style]);
+        put(key, s.precision[style], was.precision[style]);
     }
     for (int c = 0; c <= UNIT_WARPING_CONSTANT; ++c) {
         std::snprintf(key, sizeof key, "%d", c);
-        writeSetting(key, s.table[UNIT_STYLE_CUSTOM][c]);
+        put(key, s.table[UNIT_STYLE_CUSTOM][c], was.table[UNIT_STYLE_CUSTOM][c]);
     }
     for (int style = 0; style < UNIT_STYLE_CUSTOM; ++style) {
         for (int c : kAdjustable) {
             std::snprintf(key, sizeof key, "%d-%d", style, c);
-            writeSetting(key, s.table[style][c]);
+            put(key, s.table[style][c], was.table[style][c]);
         }
     }
-    batch.Commit();
+    if (batch.Commit() == ERROR_SUCCESS) agreed() = s;
 }
 
 void resetStyles() {
@@ -127,6 +144,7 @@ void setStyle(ETUnitStyle s, bool save) {
     if (!save) return;
     detail::beginSettings();
     detail::writeSetting("Style", s);
+    agreed().style = s;
     detail::rebuildDecimals();
 }
 
