@@ -272,3 +272,39 @@ TEST(MeshDxfRegression, ArraysOfEmptyBlocksEndWithinTheBudget) {
     const Drawing d = readDrawing(path, false);
     EXPECT_EQ(d.shapes.size(), 1u);
 }
+
+// Drawings cut anywhere (in a hatch's paths, an MTEXT, a block, an array) read without harm.
+TEST(MeshDxf, EveryCutOfADrawingEndsWithoutHarm) {
+    zevtest::TempDir dir;
+    const std::string cut = dir.file("cut.dxf");
+    for (const char* file : {"metres_2018.dxf", "blocks_r12.dxf", "plate_mm.dxf"}) {
+        const std::string text = zevtest::readFile(kData + file);
+        for (size_t at = 0; at < text.size(); at += 41) {
+            zevtest::writeFile(cut, text.substr(0, at));
+            try {
+                const Drawing d = readDrawing(cut, true);
+                EXPECT_LE(d.shapes.size(), 100u);
+                readDxfOutlines(cut, {}).region(0.0);
+            } catch (const InputError&) {
+            }
+        }
+    }
+}
+
+// A tiny size made a million points of every circle before any check of the size.
+TEST(MeshDxfRegression, ASizeTooSmallForTheCurvesIsRefusedBeforeTheyAreDivided) {
+    const DxfRegion plate = readDxfOutlines(kData + "plate_mm.dxf", {"PLATE"});
+    try {
+        plate.region(1e-6);
+        ADD_FAILURE() << "no error";
+    } catch (const InputError& e) {
+        EXPECT_STREQ(e.what(),
+                     "the element size is too small for the drawing: its outlines would need "
+                     "more than 1000000 sides");
+    }
+    Piece huge;
+    huge.curve = true;
+    huge.u = {1e300, 0}, huge.v = {0, 1e300};
+    huge.sweep = 2 * M_PI;
+    EXPECT_EQ(sidesOf(huge, 1.0), kMostCurveSides);
+}

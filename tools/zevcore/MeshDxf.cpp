@@ -269,11 +269,8 @@ Piece Piece::reversed() const {
     return p;
 }
 
-void appendPiece(std::vector<Point>& out, const Piece& p, double size) {
-    if (!p.curve) {
-        out.push_back(p.a);
-        return;
-    }
+int sidesOf(const Piece& p, double size) {
+    if (!p.curve) return 1;
     const double sweep = std::fabs(p.sweep);
     double n = std::ceil(sweep / (kMostTurnDegrees * kPi / 180.0));
     if (size > 0.0) {
@@ -292,9 +289,16 @@ void appendPiece(std::vector<Point>& out, const Piece& p, double size) {
         if (tolerance < r)
             n = std::max(n, std::ceil(sweep / (2.0 * std::acos(1.0 - tolerance / r))));
     }
-    // Beyond this the size is refused later as too small for the region anyway.
-    n = std::clamp(n, 1.0, 200000.0);
-    const int count = static_cast<int>(n);
+    if (!(n >= 1.0)) return 1;
+    return static_cast<int>(std::min(n, static_cast<double>(kMostCurveSides)));
+}
+
+void appendPiece(std::vector<Point>& out, const Piece& p, double size) {
+    if (!p.curve) {
+        out.push_back(p.a);
+        return;
+    }
+    const int count = sidesOf(p, size);
     for (int k = 0; k < count; ++k) out.push_back(p.at(p.t0 + p.sweep * k / count));
 }
 
@@ -877,6 +881,14 @@ Region readDxfRegion(const std::string& path) {
 }
 
 Region DxfRegion::region(double size) const {
+    long long sides = static_cast<long long>(points.size());
+    for (const auto& loop : loops)
+        for (const Piece& p : loop) sides += sidesOf(p, size);
+    if (sides > kMostRegionSides)
+        throw InputError(0,
+                         "the element size is too small for the drawing: its outlines would "
+                         "need more than " +
+                             std::to_string(kMostRegionSides) + " sides");
     // Through the boundary file's reader, so both inputs are checked alike.
     std::ostringstream text;
     text.imbue(std::locale::classic());

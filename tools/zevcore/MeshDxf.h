@@ -90,8 +90,15 @@ constexpr double kLongestSide = 0.25;
 constexpr double kMostTurnDegrees = 15.0;
 constexpr double kChordTolerance = 0.01;
 
+/// A curve has at most this many sides; a region at most this many in all.
+constexpr int kMostCurveSides = 200000;
+constexpr long long kMostRegionSides = 1000000;
+
+/// The sides a piece is divided into for `size` (with size 0, by the turn alone): 1 for a
+/// straight side, which the mesher divides; a curve's as above.
+int sidesOf(const Piece& piece, double size);
 /// The points of a piece from its start, its end left out: a straight side gives its start;
-/// a curve its sides as above for `size` (with size 0, by the turn alone).
+/// a curve the ends of its sides but the last.
 void appendPiece(std::vector<Point>& out, const Piece& piece, double size);
 
 /// The outlines of a drawing as a region for the mesher.
@@ -105,7 +112,8 @@ struct DxfRegion {
     /// What a user should know: layers passed over, units taken for granted.
     std::vector<std::string> notes;
     /// The region with curves divided for `size` (0: by their turn alone), checked as a
-    /// boundary file is. Throws InputError (line 0).
+    /// boundary file is. Throws InputError (line 0), also for a size that would give the
+    /// outlines more than kMostRegionSides sides.
     Region region(double size) const;
 };
 
