@@ -51,8 +51,12 @@ const char* const kHelp =
     "                    lines close no loop is passed over with a note\n"
     "  --divisions N     divisions per boundary line (accepted; the paver sizes by --size)\n"
     "  --limit N         the mesher's iteration limit, 1 to 9999 (default 1)\n"
-    "  --extended        paver: caps scaled with the region, no concave element, and every\n"
-    "                    front closed (see docs/mesh.md)\n"
+    "  --stated          paver: the stated mode, rows laid from the boundary as the mesher\n"
+    "                    always has, which can stop with the region not covered; without\n"
+    "                    it the extended mode makes an all-quadrilateral mesh at the size\n"
+    "                    that covers the region, curves drawn as polylines divided afresh\n"
+    "                    (see docs/mesh.md)\n"
+    "  --extended        paver: the extended mode (the default)\n"
     "  --keep-partial    write the files even when the mesh failed\n"
     "  --svg FILE        write a picture of the mesh (- for standard output)\n"
     "  --msh FILE        write the mesh as Gmsh MSH 2.2 ASCII (- for standard output), with\n"
@@ -86,6 +90,7 @@ struct Options {
     std::optional<double> maxArea;
     bool conforming = false;
     bool extended = false;
+    bool stated = false;
     bool keepPartial = false;
 };
 
@@ -150,7 +155,7 @@ Result runPaver(const Region& region, const Options& options, double size) {
     paver.size = size;
     paver.divisions = options.divisions;
     paver.limit = options.limit;
-    paver.extended = options.extended;
+    paver.extended = !options.stated;
     paver.progressWindow = progress.MainWindow();
     paver.message = StderrProgress::kMessage;
     Result result;
@@ -180,6 +185,7 @@ Options readOptions(const std::vector<std::string>& args) {
                                           .number("--max-area", o.maxArea, Bound::Positive)
                                           .flag("--conforming", o.conforming)
                                           .flag("--extended", o.extended)
+                                          .flag("--stated", o.stated)
                                           .flag("--keep-partial", o.keepPartial)
                                           .flag("-q|--quiet", o.quiet)
                                           .parse(1);
@@ -191,6 +197,8 @@ Options readOptions(const std::vector<std::string>& args) {
     if (o.method != "triangle" && (o.maxArea || o.conforming))
         throw UsageError("--max-area and --conforming go with --method triangle");
     if (o.method != "paver" && o.extended) throw UsageError("--extended goes with the paver");
+    if (o.method != "paver" && o.stated) throw UsageError("--stated goes with the paver");
+    if (o.stated && o.extended) throw UsageError("give --stated or --extended, not both");
     if (o.dxfFaces && o.dxf.empty()) throw UsageError("--dxf-faces goes with --dxf FILE");
     return o;
 }
@@ -311,6 +319,8 @@ int runMesh(const std::vector<std::string>& args) {
         failure = "the elements do not join side to side";
     else if (!coverage.covered())
         failure = "the elements do not cover the region";
+    if (!failure.empty() && o.stated)
+        failure += " (leave out --stated: the extended mode covers the region)";
     PendingOutputs outputs;
     if (!o.svg.empty()) outputs.add(o.svg, svgText(region, result.mesh));
     if (!o.msh.empty()) outputs.add(o.msh, mshText(result.mesh, region, input.names));

@@ -1,6 +1,7 @@
 #include "tools/zevcore/MeshTriangle.h"
 
 #include <algorithm>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -14,8 +15,22 @@ namespace zevtool::meshio {
 
 namespace {
 
-void append(std::vector<double>& xy, const std::vector<Point>& points) {
-    for (const Point& p : points) xy.insert(xy.end(), {p.x, p.y});
+void append(std::vector<double>& xy, const std::vector<Point>& points, double scale) {
+    for (const Point& p : points) xy.insert(xy.end(), {p.x * scale, p.y * scale});
+}
+
+// Triangle reads its area bound back from text with six decimals, so a region whose triangles
+// are far below one unit of area (drawn in metres, meshed at millimetres) would reach it as
+// "Bad maximum triangle area". Such a region goes to it scaled by a power of two, which is
+// exact both ways, bringing the bound to one unit or more; never past 1e14 in coordinates.
+int scaleExponent(const Region& region, double maxArea) {
+    if (!(maxArea > 0.0) || !(maxArea < 1.0)) return 0;
+    double far = 0.0;
+    for (const auto& loop : region.loops)
+        for (const Point& p : loop) far = std::max({far, std::fabs(p.x), std::fabs(p.y)});
+    int k = static_cast<int>(std::ceil(-0.5 * std::log2(maxArea)));
+    while (k > 0 && std::ldexp(far, k) > 1e14) --k;
+    return k;
 }
 
 }  // namespace
@@ -24,14 +39,16 @@ TriangleResult meshWithTriangle(const Region& region, double maxArea, bool confo
     TriangleResult result;
     if (region.loops.empty()) return result;
     std::vector<double> boundary, interior, extra, holes;
-    append(boundary, region.loops[0]);
-    append(interior, region.interiorPoints);
-    append(extra, region.boundaryPoints);
+    const int k = scaleExponent(region, maxArea);
+    const double scale = std::ldexp(1.0, k);
+    append(boundary, region.loops[0], scale);
+    append(interior, region.interiorPoints, scale);
+    append(extra, region.boundaryPoints, scale);
     std::vector<int> holeSizes;
     // A plain array: std::vector<bool> has no bool* to hand over.
     std::unique_ptr<bool[]> isVoid(new bool[region.loops.size()]);
     for (std::size_t h = 1; h < region.loops.size(); ++h) {
-        append(holes, region.loops[h]);
+        append(holes, region.loops[h], scale);
         holeSizes.push_back(static_cast<int>(region.loops[h].size()));
         isVoid[h - 1] = !(h < region.solid.size() && region.solid[h]);
     }
@@ -40,13 +57,15 @@ TriangleResult meshWithTriangle(const Region& region, double maxArea, bool confo
     int n = mesher.mesh_it(boundary.data(), static_cast<int>(boundary.size() / 2), interior.data(),
                            static_cast<int>(interior.size() / 2), extra.data(),
                            static_cast<int>(extra.size() / 2), static_cast<int>(holeSizes.size()),
-                           holeSizes.data(), holes.data(), maxArea, conforming, isVoid.get());
+                           holeSizes.data(), holes.data(), std::ldexp(maxArea, 2 * k), conforming,
+                           isVoid.get());
     if (n == 0) {
         result.error = mesher.errorText[0] ? mesher.errorText : "no triangles were made";
         return result;
     }
     for (int i = 0; i < mesher.numberOfPoints; ++i)
-        result.mesh.nodes.push_back({mesher.points[2 * i], mesher.points[2 * i + 1]});
+        result.mesh.nodes.push_back(
+            {std::ldexp(mesher.points[2 * i], -k), std::ldexp(mesher.points[2 * i + 1], -k)});
     for (int t = 0; t < mesher.numberOfTriangles; ++t) {
         Element e;
         e.count = 3;

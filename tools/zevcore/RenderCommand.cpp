@@ -52,6 +52,8 @@ const char* const kHelp =
     "  --solid           filled elements only (the solid mode, lit)\n"
     "                    (neither or both: filled elements with their outlines)\n"
     "  --method NAME     the mesher for a boundary: paver (default) or triangle\n"
+    "  --stated          paver: the stated mode instead of the extended one (see zevcore\n"
+    "                    mesh --help)\n"
     "  --element-size S  element size when meshing: a number, or a length with its unit\n"
     "                    (\"15 mm\"; a bare number is in the unit style's small length)\n"
     "                    (default: a sixteenth of the larger side of the region's box)\n"
@@ -73,6 +75,7 @@ struct Options {
     std::string elementSizeText;
     std::vector<std::string> layers;
     bool wireframe = false, solid = false, quiet = false;
+    bool stated = false;
 };
 
 struct Scene {
@@ -145,6 +148,7 @@ void meshRegion(Scene& s, const Options& o) {
     if (const std::string lines = meshio::paverLineProblem(s.region); !lines.empty())
         throw UsageError(lines);
     Paver::CMeshModel model;
+    model.SetExtended(!o.stated);
     for (const auto& loop : s.region.loops) {
         for (size_t i = 0; i < loop.size(); ++i) {
             const Point &a = loop[i], &b = loop[(i + 1) % loop.size()];
@@ -196,6 +200,7 @@ Options readOptions(const std::vector<std::string>& args) {
                                           .text("--size", o.size)
                                           .flag("--wireframe", o.wireframe)
                                           .flag("--solid", o.solid)
+                                          .flag("--stated", o.stated)
                                           .text("--method", o.method)
                                           .text("--element-size", o.elementSizeText)
                                           .texts("--layer", o.layers)
