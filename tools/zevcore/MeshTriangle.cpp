@@ -1,7 +1,6 @@
 #include "tools/zevcore/MeshTriangle.h"
 
 #include <algorithm>
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>

@@ -50,8 +50,8 @@ struct Ring {
     XY pointAt(double s) const {
         s = std::fmod(s, perimeter);
         if (s < 0.0) s += perimeter;
-        const std::size_t i = static_cast<std::size_t>(
-            std::upper_bound(at.begin(), at.end(), s) - at.begin() - 1);
+        const std::size_t i =
+            static_cast<std::size_t>(std::upper_bound(at.begin(), at.end(), s) - at.begin() - 1);
         const XY a = p[i], b = p[(i + 1) % p.size()];
         const double side = (i + 1 < at.size() ? at[i + 1] : perimeter) - at[i];
         const double t = side > 0.0 ? std::clamp((s - at[i]) / side, 0.0, 1.0) : 0.0;
@@ -86,7 +86,9 @@ public:
             for (std::size_t i = 0; i < rings[k].size(); ++i) {
                 const XY a = rings[k].p[i], b = rings[k].p[(i + 1) % rings[k].size()];
                 forCells(std::min(a.x, b.x), std::min(a.y, b.y), std::max(a.x, b.x),
-                         std::max(a.y, b.y), [&](long long c) { m_cells[c].push_back({k, i}); });
+                         std::max(a.y, b.y), [&](long long c) {
+                             m_cells[c].push_back({k, i});
+                         });
             }
     }
 
@@ -234,9 +236,9 @@ std::vector<SampledLoop> sampleLoops(const std::vector<std::vector<XY>>& loops,
         for (std::size_t i = 0; i < r.size(); ++i) {
             const XY a = r.p[i], b = r.p[(i + 1) % r.size()];
             const double side = length(sub(b, a));
-            const std::size_t parts = static_cast<std::size_t>(
-                std::min(static_cast<double>(kMaxSamplesPerSide),
-                         std::ceil(side / (kSampleStep * spacing)) + 1.0));
+            const std::size_t parts =
+                static_cast<std::size_t>(std::min(static_cast<double>(kMaxSamplesPerSide),
+                                                  std::ceil(side / (kSampleStep * spacing)) + 1.0));
             for (std::size_t j = 0; j < parts; ++j) {
                 const double t = static_cast<double>(j) / static_cast<double>(parts);
                 samples[k].push_back({r.at[i] + t * side,
@@ -257,8 +259,8 @@ std::vector<SampledLoop> sampleLoops(const std::vector<std::vector<XY>>& loops,
             const XY d1 = sub(r.p[i], r.p[(i + n - 1) % n]), d2 = sub(r.p[(i + 1) % n], r.p[i]);
             const double turn = std::fabs(std::atan2(cross(d1, d2), d1.x * d2.x + d1.y * d2.y));
             if (turn > 1e-12)
-                sm.z = std::min(sm.z, 0.5 * (length(d1) + length(d2)) / turn * kArcSpan * kPi /
-                                          180.0);
+                sm.z =
+                    std::min(sm.z, 0.5 * (length(d1) + length(d2)) / turn * kArcSpan * kPi / 180.0);
         }
         // A chain between corners shorter than the spacing is one side, and its corners
         // take its length as their size.
@@ -293,8 +295,8 @@ std::vector<SampledLoop> sampleLoops(const std::vector<std::vector<XY>>& loops,
             const XY normal{-(b.y - a.y) / l, (b.x - a.x) / l};
             const XY end{sm.p.x + reach * normal.x, sm.p.y + reach * normal.y};
             double nearest = INFINITY;
-            grid.forCells(std::min(sm.p.x, end.x), std::min(sm.p.y, end.y),
-                          std::max(sm.p.x, end.x), std::max(sm.p.y, end.y), [&](long long c) {
+            grid.forCells(std::min(sm.p.x, end.x), std::min(sm.p.y, end.y), std::max(sm.p.x, end.x),
+                          std::max(sm.p.y, end.y), [&](long long c) {
                               const auto* sides = grid.at(c);
                               if (!sides) return;
                               for (const auto& [k2, i2] : *sides) {
@@ -322,8 +324,7 @@ std::vector<SampledLoop> sampleLoops(const std::vector<std::vector<XY>>& loops,
                                           continue;
                                       if (!r.chainStarts.empty() && other != chain) {
                                           const bool nextChain = other == (chain + 1) % chains;
-                                          const bool prevChain =
-                                              chain == (other + 1) % chains;
+                                          const bool prevChain = chain == (other + 1) % chains;
                                           const auto cornerAt = [&](int ch) {
                                               return static_cast<std::size_t>(
                                                   r.chainStarts[static_cast<std::size_t>(ch)]);
