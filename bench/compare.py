@@ -4,7 +4,8 @@
     bench/compare.py [--build DIR] [--short] [--cpu] [WORK ...]
 
 Runs DIR/bench/compare_peers (DIR defaults to build/release) once for every side of every
-piece of work (or of the WORKs named) and prints, for each peer, ZEVCore's cost over the
+piece of work (or of the WORKs named; "store" names the settings store's own comparison,
+DIR/bench/store_bench, whose table follows) and prints, for each peer, ZEVCore's cost over the
 peer's: below 1 ZEVCore does the work for less. The cost is the instructions valgrind's
 callgrind counts in the repeated work alone (set-up left out) where valgrind is installed,
 and CPU time otherwise or with --cpu. Work that runs other programs is always timed, the
@@ -102,6 +103,32 @@ def run_case(driver, work, side, count, use_callgrind):
     return float(match.group(1)), "CPU ns"
 
 
+def run_store_bench(args):
+    """The settings store against raw SQLite is a benchmark of its own (store_bench), with its
+    own ratios: its table is printed as it comes. Returns 1 when it fails to run."""
+    if args.works and "store" not in args.works:
+        return 0
+    program = os.path.join(args.build, "bench", "store_bench")
+    if not os.access(program, os.X_OK):
+        return 0
+    env = dict(os.environ)
+    command = [program]
+    if args.short:
+        env["ZEV_BENCH_ITERATIONS"] = "1"
+    else:
+        command.append("--benchmark_min_time=0.2")
+    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                            env=env)
+    if result.returncode != 0:
+        print(f"compare: store_bench: exit {result.returncode}", file=sys.stderr)
+        return 1
+    table = result.stdout.split("The store's rate", 1)
+    if len(table) == 2:
+        print("\nSettings store (bench/platform/StoreVsSqlite_bench.cpp), the store's rate" +
+              table[1].rstrip())
+    return 0
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--build", default="build/release")
@@ -126,7 +153,7 @@ def main():
 
     if args.short:
         os.environ["ZEV_COMPARE_SHORT"] = "1"
-        if all(set(names) == {"zevcore"} for names in sides.values()):
+        if sides and all(set(names) == {"zevcore"} for names in sides.values()):
             print("compare: no peer was found when compare_peers was built; skipped")
             return 77
 
@@ -170,6 +197,7 @@ def main():
     for work, side, ours, theirs, ratio, unit, target in rows:
         aim = "" if target is None or args.short else (f"<= {target:g}" + (" met" if ratio <= target else " MISSED"))
         print(f"| {work} | {side} | {ours:,.0f} | {theirs:,.0f} | {ratio:.2f}x | {aim} | {unit} |")
+    failed += run_store_bench(args)
     if args.short:
         print("(short run: each side once, figures not meaningful)")
     return 1 if failed else 0
