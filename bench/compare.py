@@ -37,10 +37,10 @@ COUNTS = {
     "xml-read": 5,
     "dxf-write": 1,
     "dxf-read": 1,
-    "triangle-cli-100k": 1,
-    "triangle-mesh_it-100k": 1,
-    "triangle-cli-300k": 1,
-    "triangle-mesh_it-300k": 1,
+    "triangle-cli-90k": 1,
+    "triangle-mesh_it-90k": 1,
+    "triangle-cli-270k": 1,
+    "triangle-mesh_it-270k": 1,
 }
 DEFAULT_COUNT = 3
 # Timed whatever the tool: a Python program, far too slow under valgrind. ZEVCore's side of the
@@ -56,10 +56,10 @@ TARGETS = {
     ("xml-read", "pugixml"): 1.2,
     ("dxf-write", "fprintf-floor"): 1.5,
     ("dxf-read", "fgets-floor"): 2.0,
-    ("triangle-cli-100k", "triangle-two-step"): 1.3,
-    ("triangle-cli-300k", "triangle-two-step"): 1.3,
-    ("triangle-mesh_it-100k", "triangle-two-step"): 1.1,
-    ("triangle-mesh_it-300k", "triangle-two-step"): 1.1,
+    ("triangle-cli-90k", "triangle-two-step"): 1.3,
+    ("triangle-cli-270k", "triangle-two-step"): 1.3,
+    ("triangle-mesh_it-90k", "triangle-two-step"): 1.1,
+    ("triangle-mesh_it-270k", "triangle-two-step"): 1.1,
 }
 # Work that starts other processes: callgrind follows them and counts everything, less a run
 # that only prepares the work.
