@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-#include "zevcore/platform/Window.h"
+#include "zevcore/platform/framework/Window.h"
 #include "zevcore/settings/PreferencesGrid.h"
 
 class QTabBar;

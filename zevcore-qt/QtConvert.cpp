@@ -1,6 +1,6 @@
 #include "zevcore-qt/QtConvert.h"
 
-#include "zevcore/platform/Gdi.h"
+#include "zevcore/platform/services/Gdi.h"
 
 #include <QApplication>
 #include <QFontInfo>

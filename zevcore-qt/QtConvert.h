@@ -7,8 +7,8 @@
 #include <QFont>
 #include <QString>
 
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 class QWidget;
 

@@ -10,7 +10,7 @@
 #include <map>
 #include <memory>
 
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 class CGLEnabledView;
 

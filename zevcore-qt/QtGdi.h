@@ -3,7 +3,7 @@
 // The desktop's colours, message font and font metrics, as Qt's palette and font database
 // give them.
 
-#include "zevcore/platform/Gdi.h"
+#include "zevcore/platform/services/Gdi.h"
 
 class CZEVQtGdi : public IZEVGdiService {
 public:

@@ -16,8 +16,8 @@
 #include "zevcore-qt/QtGdi.h"
 #include "zevcore-qt/QtProgressView.h"
 #include "zevcore-qt/UnitStyleDialog.h"
-#include "zevcore/platform/ProgressView.h"
 #include "zevcore/platform/Registry.h"
+#include "zevcore/platform/services/ProgressView.h"
 #include "zevcore/quantities/UnitStyleDlg.h"
 
 // ---- Windows ----------------------------------------------------------------------------

@@ -14,7 +14,7 @@
 #include <map>
 #include <memory>
 
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 class QTimer;
 class QWidget;

@@ -8,7 +8,7 @@
 #include <deque>
 #include <utility>
 
-#include "zevcore/platform/ProgressView.h"
+#include "zevcore/platform/services/ProgressView.h"
 
 class QLabel;
 class QProgressBar;

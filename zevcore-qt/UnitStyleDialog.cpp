@@ -11,7 +11,7 @@
 #include <QVBoxLayout>
 
 #include "zevcore-qt/QtConvert.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 CZEVQtUnitStyleDialog::CZEVQtUnitStyleDialog(Units::CUnitStyleDlg& logic, QWidget* parent)
     : QDialog(parent),

@@ -10,8 +10,8 @@
 
 #include "zevcore/files/BinaryStream.h"
 #include "zevcore/files/Xml.h"
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Array.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Array.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicsDisplayList.h"
 #include "zevcore/graphics/GraphicsTessellator.h"
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "zevcore/frame/Math.h"
 #include "zevcore/graphics/GraphicGrid.h"
 #include "zevcore/graphics/GraphicsTessellator.h"
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 namespace peers {
 

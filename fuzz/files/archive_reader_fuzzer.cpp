@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <set>
 
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Array.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Array.h"
 
 namespace {
 

@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Array.h"
-#include "zevcore/platform/Exception.h"
-#include "zevcore/platform/File.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Array.h"
+#include "zevcore/platform/framework/Exception.h"
+#include "zevcore/platform/framework/File.h"
+#include "zevcore/platform/services/Host.h"
 #include "zevcore/platform/store/SettingsStore.h"
 #include "zevcore/quantities/Units.h"
 #include "zevcore/settings/PreferenceItem.h"

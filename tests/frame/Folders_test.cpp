@@ -12,7 +12,7 @@
 #include "support/ScopedStore.h"
 #include "support/TestEnv.h"
 #include "zevcore/frame/Ini.h"
-#include "zevcore/platform/ShellFolders.h"
+#include "zevcore/platform/services/ShellFolders.h"
 
 namespace {
 

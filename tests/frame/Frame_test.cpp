@@ -9,7 +9,7 @@
 #include <filesystem>
 
 #include "support/TestEnv.h"
-#include "zevcore/platform/Module.h"
+#include "zevcore/platform/services/Module.h"
 
 namespace {
 

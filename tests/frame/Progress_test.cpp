@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

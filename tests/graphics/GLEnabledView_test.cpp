@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "GLFixture.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <memory>
 #include <vector>
 
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 namespace zevtest {
 

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "zevcore/graphics/GLEnabledView.h"
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 // Xlib's macros (None among them) clash with GoogleTest's names: after it, then.
 // clang-format off

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace zm = zev::mesh;
 

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "support/TestEnv.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "zevcore/platform/Archive.h"
+#include "zevcore/platform/framework/Archive.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <string>
 
 #include "support/TestEnv.h"
-#include "zevcore/platform/Array.h"
+#include "zevcore/platform/framework/Array.h"
 
 // Classes for the object form. They live at global scope, as application classes do.
 class CTestA : public CObject {

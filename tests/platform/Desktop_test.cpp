@@ -1,4 +1,4 @@
-#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/services/Desktop.h"
 
 #include <gtest/gtest.h>
 

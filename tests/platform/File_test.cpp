@@ -1,4 +1,4 @@
-#include "zevcore/platform/File.h"
+#include "zevcore/platform/framework/File.h"
 
 #include <gtest/gtest.h>
 

@@ -12,7 +12,7 @@
 #include "zevcore/files/Xml.h"
 #include "zevcore/frame/Math.h"
 #include "zevcore/mesh/TriangleMesher.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 #include "zevcore/quantities/Units.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "zevcore/platform/ShellFolders.h"
+#include "zevcore/platform/services/ShellFolders.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 #include <gtest/gtest.h>
 

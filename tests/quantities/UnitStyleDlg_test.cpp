@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "quantities/UnitsFixture.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "quantities/UnitsFixture.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

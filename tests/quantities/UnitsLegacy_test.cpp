@@ -6,7 +6,7 @@
 
 #include "support/TestEnv.h"
 #include "zevcore/files/BinaryStream.h"
-#include "zevcore/platform/Archive.h"
+#include "zevcore/platform/framework/Archive.h"
 #include "zevcore/quantities/Units.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "support/TestEnv.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 #include "zevcore/settings/PropertyGrid.h"
 
 namespace {

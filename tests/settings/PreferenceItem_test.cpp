@@ -12,12 +12,12 @@
 
 #include "support/ExpectMessage.h"
 #include "support/ScopedStore.h"
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Array.h"
-#include "zevcore/platform/Exception.h"
-#include "zevcore/platform/File.h"
-#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Registry.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Array.h"
+#include "zevcore/platform/framework/Exception.h"
+#include "zevcore/platform/framework/File.h"
+#include "zevcore/platform/services/Host.h"
 #include "zevcore/settings/PreferenceManager.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "support/TestEnv.h"
 #include "tools/zevcore/MeshPaver.h"
 #include "tools/zevcore/MeshTriangle.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 using namespace zevtool::meshio;
 

@@ -13,7 +13,7 @@
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicGrid.h"
 #include "zevcore/graphics/GridManager.h"
-#include "zevcore/platform/Gdi.h"
+#include "zevcore/platform/services/Gdi.h"
 #include "zevcore/quantities/Units.h"
 
 namespace studio {

@@ -8,7 +8,7 @@
 
 #include "zevcore/files/FileRecovery.h"
 #include "zevcore/frame/Ini.h"
-#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/services/Desktop.h"
 #include "zevcore/settings/PreferenceItem.h"
 #include "zevcore/settings/PreferenceManager.h"
 

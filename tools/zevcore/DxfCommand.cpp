@@ -23,8 +23,8 @@
 #include "tools/zevcore/Numbers.h"
 #include "tools/zevcore/Output.h"
 #include "zevcore/files/dxf/Drawing.h"
-#include "zevcore/platform/Desktop.h"
-#include "zevcore/platform/Painter.h"
+#include "zevcore/platform/services/Desktop.h"
+#include "zevcore/platform/services/Painter.h"
 
 namespace zevtool {
 namespace {

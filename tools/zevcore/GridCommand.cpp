@@ -18,7 +18,7 @@
 #include "tools/zevcore/Output.h"
 #include "zevcore/frame/Math.h"
 #include "zevcore/graphics/GridManager.h"
-#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/services/Desktop.h"
 
 namespace zevtool {
 namespace {

@@ -14,7 +14,7 @@
 #include "tools/zevcore/MeshPaver.h"
 #include "tools/zevcore/MeshTriangle.h"
 #include "tools/zevcore/Output.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace zevtool {
 namespace {

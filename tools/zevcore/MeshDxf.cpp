@@ -20,7 +20,7 @@
 
 #include "tools/zevcore/MeshPaver.h"
 #include "zevcore/files/dxf/DxfFileWrite.h"
-#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/services/Desktop.h"
 #include "zevcore/quantities/Units.h"
 
 namespace zevtool::meshio {

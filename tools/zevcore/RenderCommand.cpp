@@ -22,7 +22,7 @@
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicsDisplayList.h"
 #include "zevcore/mesh/paver/MeshModel.h"
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 namespace zevtool {
 namespace {

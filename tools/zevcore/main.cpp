@@ -6,7 +6,7 @@
 #include "tools/zevcore/Args.h"
 #include "tools/zevcore/Command.h"
 #include "zevcore/Version.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace zevtool {
 namespace {

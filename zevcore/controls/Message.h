@@ -3,9 +3,9 @@
 // The pop-up that shows a text beside a control, such as a rejected entry's message above
 // its cell. No window of its own: a binding shows `Text()` at `Position()` while `IsOn()`.
 
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
-#include "zevcore/platform/Window.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/framework/Window.h"
 
 class CMessage {
 public:

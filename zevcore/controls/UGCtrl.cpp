@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zevcore/platform/Gdi.h"
+#include "zevcore/platform/services/Gdi.h"
 
 // ---- CUGCell -----------------------------------------------------------------------------
 

@@ -14,9 +14,9 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
-#include "zevcore/platform/Window.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/framework/Window.h"
 
 /// The built-in cell type: text, edited in place.
 inline constexpr int UGCT_NORMAL = 0;

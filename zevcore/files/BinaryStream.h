@@ -9,7 +9,7 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/frame/TArray.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 /// The result of every file-level read and write of the library. Any non-zero code is a
 /// failure; `FileErrorName[code]` is its text for the user.

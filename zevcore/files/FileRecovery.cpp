@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "zevcore/frame/Ini.h"
-#include "zevcore/platform/Desktop.h"
+#include "zevcore/platform/services/Desktop.h"
 
 namespace fs = std::filesystem;
 

@@ -20,7 +20,7 @@
 #include <memory>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 /// Sent to the application's window on each tick: wParam points to the backup's path,
 /// lParam to a cleared 260-byte buffer for the application's use. The application saves the

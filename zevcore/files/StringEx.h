@@ -3,8 +3,8 @@
 // Strings and string arrays that split themselves on a delimiter.
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Array.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/Array.h"
+#include "zevcore/platform/framework/String.h"
 
 class CStringArrayEx;
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "zevcore/platform/File.h"
 #include "zevcore/platform/Locale.h"
+#include "zevcore/platform/framework/File.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/files/StringEx.h"
-#include "zevcore/platform/Array.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/Array.h"
+#include "zevcore/platform/framework/String.h"
 
 /// A file as its lines and, after Parse, as tokens per line.
 class ZEVCORE_API CSimpleTextFile {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "zevcore/frame/Ini.h"
-#include "zevcore/platform/ShellFolders.h"
+#include "zevcore/platform/services/ShellFolders.h"
 
 namespace {
 

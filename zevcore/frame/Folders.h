@@ -5,7 +5,7 @@
 // buffers owned here; none is freed by the caller. Not for use from two threads.
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 /// The folders of the family. The first six can be moved by a setting under
 /// "Software\ZEV\Paths" (UserDocuments, UserData, UserMaterials, UserShapes, UserCFS,

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "zevcore/platform/Desktop.h"
-#include "zevcore/platform/Module.h"
+#include "zevcore/platform/services/Desktop.h"
+#include "zevcore/platform/services/Module.h"
 
 void InitCoreDLL() {
     ZEVAddToModuleChain(GetCoreDLLResourceHandle());

@@ -17,8 +17,8 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/platform/Registry.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 /// Texts are read into a buffer of this many bytes: a longer stored text comes back cut to
 /// ZEV_INI_VALUE_SIZE - 1 bytes. A caller's `char*` target must hold this many bytes.

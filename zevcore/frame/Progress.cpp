@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "zevcore/frame/Frame.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 CProgressDialogData ProgressData[4];
 

@@ -11,14 +11,14 @@
 // Batch mode turns all of it off, so the same code runs unattended: nothing is shown and
 // nothing can be stopped. An id out of range, a missing owner or a missing report is
 // ignored, and the answer is that nobody stopped. The window itself is a view made by the
-// installed IZEVProgressViewFactory (zevcore/platform/ProgressView.h).
+// installed IZEVProgressViewFactory (zevcore/platform/services/ProgressView.h).
 
 #include <memory>
 #include <string>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/ProgressView.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/services/ProgressView.h"
 
 /// Sent to the owner (both parameters 0) when the user presses stop, if the report was
 /// started with `notifyOwner`.

@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "zevcore/graphics/GraphicsTessellator.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 // 20 stock display lists and an optional character set. Derived views draw in `OnDrawGL`.
 //
 // The host forwards its window's events (`OnCreate`, `OnSize`, `OnDraw`, `OnDestroy`); what
-// the view needs of the window system goes through `ZEVGL()` (platform/GLPlatform.h), and
+// the view needs of the window system goes through `ZEVGL()` (platform/gl/GLPlatform.h), and
 // its messages through `ZEVDialogs()`. With no window (a null HWND) the view draws into an
 // offscreen surface of the platform's, which is how it runs with no display at all.
 //
@@ -17,9 +17,9 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/geometry/Point3D.h"
-#include "zevcore/platform/GLPlatform.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 struct GLUquadric;
 struct GLUtesselator;

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/GLPlatform.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 class ZEVCORE_API CGLInvertedLine {
 public:

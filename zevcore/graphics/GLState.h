@@ -4,7 +4,7 @@
 // (solid, wireframe, dashed, 2D overlay, screen-door transparency, lights, materials) is one
 // pair of calls, and the colours are converted here.
 //
-// Every function needs a current OpenGL context (see platform/GLPlatform.h) and runs on the
+// Every function needs a current OpenGL context (see platform/gl/GLPlatform.h) and runs on the
 // thread that owns it. None creates a context or reports GL errors. Colours are three or four
 // floats in 0 to 1, or a COLORREF-style value with red in the low byte.
 

@@ -14,8 +14,8 @@
 #include "zevcore/geometry/OrientedBox.h"
 #include "zevcore/geometry/Point3D.h"
 #include "zevcore/graphics/GLText.h"
-#include "zevcore/platform/GLPlatform.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 /// Axis lines 2.25 `size` long, x, y and (with `threeD`) z; coloured red, green, blue or
 /// black; with `labels`, X, Y, Z in strokes facing the viewer (line smoothing and width 2 are

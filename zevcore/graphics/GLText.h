@@ -5,9 +5,9 @@
 // object.
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/GLPlatform.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 class ZEVCORE_API CGLText {
 public:

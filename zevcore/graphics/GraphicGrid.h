@@ -22,7 +22,7 @@
 #include "zevcore/geometry/Point3D.h"
 #include "zevcore/geometry/Vector3D.h"
 #include "zevcore/graphics/PointerArray.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 /// A grid's kind; written to files as 16 bits, and the index of the name table. Its type is
 /// fixed so that any value a caller or a file brings is a value of it, named or not.

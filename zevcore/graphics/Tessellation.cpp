@@ -14,7 +14,7 @@
 #include "zevcore/graphics/GLTessellatedPolygon.h"
 #include "zevcore/graphics/GraphicsDisplayList.h"
 #include "zevcore/graphics/GraphicsTessellator.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include "zevcore/frame/Math.h"
 #include "zevcore/mesh/TriangleMesher.h"
 #include "zevcore/mesh/paver/MeshModel.h"
-#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Locale.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace zev::mesh {
 

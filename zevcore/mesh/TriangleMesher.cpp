@@ -22,9 +22,9 @@
 #include "zevcore/geometry/Line3D.h"
 #include "zevcore/geometry/Point3D.h"
 #include "zevcore/mesh/TriangleProcess.hpp"
-#include "zevcore/platform/Desktop.h"
-#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Locale.h"
+#include "zevcore/platform/services/Desktop.h"
+#include "zevcore/platform/services/Host.h"
 
 // Triangle's header defines REAL, VOID and INT_PTR as macros and puts its internal types
 // (mesh, vertex, triangle, ...) in the global namespace, so it comes after everything else.

@@ -64,7 +64,7 @@ using HWND = struct HWND__*;
 using HKEY = struct HKEY__*;
 using HICON = struct HICON__*;
 /// A device context (a surface to draw on) and an OpenGL rendering context, both issued by
-/// the installed OpenGL platform (`platform/GLPlatform.h`).
+/// the installed OpenGL platform (`platform/gl/GLPlatform.h`).
 using HDC = struct HDC__*;
 using HGLRC = struct HGLRC__*;
 

@@ -35,7 +35,7 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 /// The value of a named variable. The base gives 0; an application derives its own.
 class ZEVCORE_API CValue {

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 #include "zevcore/quantities/UnitsInternal.hpp"
 
 namespace Units {

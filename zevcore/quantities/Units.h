@@ -13,8 +13,8 @@
 #include <cstdint>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 class CWinApp;
 class ibfstream;

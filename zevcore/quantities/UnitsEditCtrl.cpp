@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 bool CUnitsEditCtrl::smInEdit = false;
 

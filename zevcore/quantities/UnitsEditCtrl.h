@@ -9,9 +9,9 @@
 // Like all of the library's interface state, this runs on the interface thread only.
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
-#include "zevcore/platform/Window.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/framework/Window.h"
 #include "zevcore/quantities/Units.h"
 
 /// Sent (wParam and lParam 0) to the field's parent after each check at loss of focus.

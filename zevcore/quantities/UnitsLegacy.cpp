@@ -2,7 +2,7 @@
 // longer: readers skip them, writers emit fixed empty forms so that file layouts stay put.
 
 #include "zevcore/files/BinaryStream.h"
-#include "zevcore/platform/Archive.h"
+#include "zevcore/platform/framework/Archive.h"
 #include "zevcore/quantities/Units.h"
 
 namespace Units {

@@ -9,9 +9,9 @@
 #include <limits>
 
 #include "zevcore/frame/Math.h"
-#include "zevcore/platform/Gdi.h"
-#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Locale.h"
+#include "zevcore/platform/services/Gdi.h"
+#include "zevcore/platform/services/Host.h"
 #include "zevcore/settings/PropertyGrid.h"
 
 namespace {

@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 #include "zevcore/quantities/Units.h"
 
 class CPropertyGrid;

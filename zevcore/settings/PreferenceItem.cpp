@@ -3,9 +3,9 @@
 #include <bit>
 #include <cstring>
 
-#include "zevcore/platform/Exception.h"
-#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Registry.h"
+#include "zevcore/platform/framework/Exception.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace {
 

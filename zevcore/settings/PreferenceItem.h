@@ -15,11 +15,11 @@
 #include <string>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Array.h"
-#include "zevcore/platform/Gdi.h"
-#include "zevcore/platform/Object.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Array.h"
+#include "zevcore/platform/framework/Object.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/services/Gdi.h"
 #include "zevcore/settings/BaseProperty.h"
 
 class ZEVCORE_API CPreferenceItem : public CObject {

@@ -6,11 +6,11 @@
 #include <unordered_set>
 #include <vector>
 
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Array.h"
-#include "zevcore/platform/Exception.h"
-#include "zevcore/platform/Host.h"
 #include "zevcore/platform/Registry.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Array.h"
+#include "zevcore/platform/framework/Exception.h"
+#include "zevcore/platform/services/Host.h"
 #include "zevcore/settings/PreferenceItem.h"
 
 IMPLEMENT_DYNAMIC(CPreferenceManager, CObject)

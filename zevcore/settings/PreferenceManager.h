@@ -18,9 +18,9 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Gdi.h"
-#include "zevcore/platform/Object.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/Object.h"
+#include "zevcore/platform/framework/String.h"
+#include "zevcore/platform/services/Gdi.h"
 
 class CArchive;
 class CObArray;

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Window.h"
+#include "zevcore/platform/framework/Window.h"
 #include "zevcore/settings/PropertyGrid.h"
 #include "zevcore/settings/PropertyGroup.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zevcore/platform/Gdi.h"
+#include "zevcore/platform/services/Gdi.h"
 #include "zevcore/settings/BaseProperty.h"
 #include "zevcore/settings/PropertyGroup.h"
 

@@ -8,7 +8,7 @@
 
 #include "Regions.h"
 #include "TestModel.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 using namespace paver_test;
 

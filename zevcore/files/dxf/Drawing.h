@@ -25,8 +25,8 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/files/dxf/Dxf.h"
-#include "zevcore/platform/Painter.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/services/Painter.h"
 
 inline constexpr int DRW_MAX_LAYERS = 128;
 inline constexpr int DRW_MAX_LTYPES = 128;

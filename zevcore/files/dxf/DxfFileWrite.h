@@ -5,7 +5,7 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/files/dxf/Dxf.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 class ZEVCORE_API CDxfFileWrite {
 public:

@@ -9,7 +9,7 @@
 #include <unordered_set>
 
 #include "zevcore/frame/Math.h"
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 namespace Paver {
 

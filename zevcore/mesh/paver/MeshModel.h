@@ -41,8 +41,8 @@
 
 #include "zevcore/Export.h"
 #include "zevcore/mesh/paver/Geometry.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 namespace Paver {
 

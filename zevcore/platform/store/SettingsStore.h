@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 // Statuses (the platform's error numbers).
 inline constexpr LSTATUS ERROR_SUCCESS = 0;

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 /// The folder for temporary files: $TMPDIR when it is set and not empty, else "/tmp".
 /// No trailing slash.

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Archive.h"
-#include "zevcore/platform/Object.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/Archive.h"
+#include "zevcore/platform/framework/Object.h"
+#include "zevcore/platform/framework/String.h"
 
 namespace zev::detail {
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 /// The shared library's own module: the address it was loaded at, used as its handle.
 /// Stable for the life of the process; never null once the library is loaded.

@@ -4,7 +4,7 @@
 // library's folder layer needs, on the freedesktop conventions.
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
+#include "zevcore/platform/framework/String.h"
 
 // Folder identifiers, with the numbers callers know.
 inline constexpr int CSIDL_PERSONAL = 0x0005;

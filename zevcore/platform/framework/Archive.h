@@ -9,11 +9,11 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Exception.h"
-#include "zevcore/platform/File.h"
-#include "zevcore/platform/Object.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/Exception.h"
+#include "zevcore/platform/framework/File.h"
+#include "zevcore/platform/framework/Object.h"
+#include "zevcore/platform/framework/String.h"
 
 class ZEVCORE_API CArchive {
 public:

@@ -1,4 +1,4 @@
-#include "zevcore/platform/Painter.h"
+#include "zevcore/platform/services/Painter.h"
 
 #include <utility>
 

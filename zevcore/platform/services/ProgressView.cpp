@@ -1,4 +1,4 @@
-#include "zevcore/platform/ProgressView.h"
+#include "zevcore/platform/services/ProgressView.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -1,10 +1,10 @@
-#include "zevcore/platform/Gdi.h"
+#include "zevcore/platform/services/Gdi.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
-#include "zevcore/platform/Module.h"
+#include "zevcore/platform/services/Module.h"
 
 IZEVGdiService::~IZEVGdiService() = default;
 

@@ -1,4 +1,4 @@
-#include "zevcore/platform/Module.h"
+#include "zevcore/platform/services/Module.h"
 
 #include <dlfcn.h>
 

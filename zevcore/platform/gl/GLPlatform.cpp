@@ -1,4 +1,4 @@
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 IZEVGLPlatform::~IZEVGLPlatform() = default;
 

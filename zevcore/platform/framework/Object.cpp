@@ -1,4 +1,4 @@
-#include "zevcore/platform/Object.h"
+#include "zevcore/platform/framework/Object.h"
 
 #include <cstring>
 #include <iostream>
@@ -6,7 +6,7 @@
 #include <new>
 #include <string>
 
-#include "zevcore/platform/Archive.h"
+#include "zevcore/platform/framework/Archive.h"
 
 namespace {
 

@@ -14,7 +14,8 @@
 //     };
 //     IMPLEMENT_SERIAL(CThing, CObject, 1)   // the schema number that archives record
 //
-// DECLARE_SERIAL also declares `ar >> pThing`, so its header needs zevcore/platform/Archive.h.
+// DECLARE_SERIAL also declares `ar >> pThing`, so its header needs
+// zevcore/platform/framework/Archive.h.
 
 #include <ostream>
 

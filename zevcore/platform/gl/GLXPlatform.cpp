@@ -8,7 +8,7 @@
 #include <cstring>
 #include <unordered_set>
 
-#include "zevcore/platform/GLPlatform.h"
+#include "zevcore/platform/gl/GLPlatform.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "zevcore/platform/ShellFolders.h"
+#include "zevcore/platform/services/ShellFolders.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <fstream>
 #include <string>
 
-#include "zevcore/platform/Module.h"
+#include "zevcore/platform/services/Module.h"
 
 namespace {
 

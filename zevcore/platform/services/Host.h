@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 // Message box styles and answers, with the numbers callers and stored settings know.
 inline constexpr UINT MB_OK = 0x0;

@@ -1,4 +1,4 @@
-#include "zevcore/platform/Archive.h"
+#include "zevcore/platform/framework/Archive.h"
 
 #include <bit>
 #include <cstring>

@@ -6,8 +6,8 @@
 #include <exception>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 /// The base of the library's framework exceptions.
 class ZEVCORE_API CException : public std::exception {

@@ -4,8 +4,8 @@
 // around: a window is a handle a binding gave it; an edit field is a window that takes text.
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/String.h"
 
 class ZEVCORE_API CWnd {
 public:

@@ -1,4 +1,4 @@
-#include "zevcore/platform/Host.h"
+#include "zevcore/platform/services/Host.h"
 
 #include <algorithm>
 #include <chrono>

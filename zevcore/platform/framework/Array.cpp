@@ -1,4 +1,4 @@
-#include "zevcore/platform/Array.h"
+#include "zevcore/platform/framework/Array.h"
 
 IMPLEMENT_SERIAL(CObArray, CObject, 0)
 IMPLEMENT_SERIAL(CStringArray, CObject, 0)

@@ -8,9 +8,9 @@
 #include <string>
 
 #include "zevcore/Export.h"
-#include "zevcore/platform/Exception.h"
-#include "zevcore/platform/String.h"
 #include "zevcore/platform/Types.h"
+#include "zevcore/platform/framework/Exception.h"
+#include "zevcore/platform/framework/String.h"
 
 /// A binary file on disk. Every open is shared: other programs may read and write the file
 /// meanwhile (the share flags are accepted and have no effect on this system).

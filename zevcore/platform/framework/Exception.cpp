@@ -1,4 +1,4 @@
-#include "zevcore/platform/Exception.h"
+#include "zevcore/platform/framework/Exception.h"
 
 #include <algorithm>
 #include <cerrno>

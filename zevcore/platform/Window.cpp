@@ -1,3 +1,0 @@
-#include "zevcore/platform/Window.h"
-
-CWnd::~CWnd() = default;

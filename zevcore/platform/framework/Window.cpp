@@ -1,0 +1,3 @@
+#include "zevcore/platform/framework/Window.h"
+
+CWnd::~CWnd() = default;
