@@ -737,9 +737,11 @@ std::vector<std::vector<Piece>> chain(const std::vector<Piece>& pieces,
         int at = static_cast<int>(start);
         for (;;) {
             const std::vector<Link>& next = links[static_cast<size_t>(at)];
+            // Along the first side not yet taken: a loop starts where it was drawn and runs
+            // the way its first side does, which the paver's rows follow.
             const Link* step = nullptr;
             for (const Link& l : next)
-                if (!used[static_cast<size_t>(l.piece)]) step = &l;
+                if (!step && !used[static_cast<size_t>(l.piece)]) step = &l;
             if (!step) break;
             used[static_cast<size_t>(step->piece)] = true;
             const Piece& p = pieces[static_cast<size_t>(step->piece)];

@@ -128,6 +128,17 @@ def cyrillic_r2000():
     doc.saveas(os.path.join(HERE, "cyrillic_r2000.dxf"))
 
 
+def hole_first_r12():
+    """A hole of four lines drawn before the outer polyline, and a constraint point."""
+    doc = ezdxf.new("R12")
+    msp = doc.modelspace()
+    for a, b in (((6, 6), (3, 6)), ((3, 3), (6, 3)), ((3, 6), (3, 3)), ((6, 3), (6, 6))):
+        msp.add_line(a, b)
+    msp.add_polyline2d([(0, 0), (10, 0), (10, 10), (0, 10)], close=True)
+    msp.add_point((8, 8))
+    doc.saveas(os.path.join(HERE, "hole_first_r12.dxf"))
+
+
 if __name__ == "__main__":
     plate_mm()
     block_region("R12", "blocks_r12.dxf")
@@ -135,3 +146,4 @@ if __name__ == "__main__":
     frame_blocks()
     metres_2018()
     cyrillic_r2000()
+    hole_first_r12()
