@@ -123,7 +123,7 @@ def run_store_bench(args):
         print(f"compare: store_bench: exit {result.returncode}", file=sys.stderr)
         return 1
     table = result.stdout.split("The store's rate", 1)
-    if len(table) == 2:
+    if len(table) == 2 and len(table[1].strip().splitlines()) > 2:
         print("\nSettings store (bench/platform/StoreVsSqlite_bench.cpp), the store's rate" +
               table[1].rstrip())
     return 0
