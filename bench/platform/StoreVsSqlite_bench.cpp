@@ -15,6 +15,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <deque>
 #include <map>
 #include <memory>
 #include <string>
@@ -136,70 +138,152 @@ std::vector<RawItem> rawItems(CPreferenceManager& m) {
     return items;
 }
 
+// ---- Timing, for the ratios ------------------------------------------------------------
+
+// Each benchmark's timed work per iteration, from its last run (the one reported).
+struct Timing {
+    double cpu = 0, wall = 0;
+};
+std::map<std::string, Timing>& timings() {
+    // Never destroyed: the table below reads it as the program ends.
+    static auto* all = new std::map<std::string, Timing>;
+    return *all;
+}
+
+double seconds(clockid_t clock) {
+    timespec t{};
+    clock_gettime(clock, &t);
+    return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
+}
+
+// Adds up the CPU and wall time between start and stop, and records it per iteration.
+class Stopwatch {
+public:
+    void start() {
+        m_cpu0 = seconds(CLOCK_PROCESS_CPUTIME_ID);
+        m_wall0 = seconds(CLOCK_MONOTONIC);
+    }
+    void stop() {
+        m_cpu += seconds(CLOCK_PROCESS_CPUTIME_ID) - m_cpu0;
+        m_wall += seconds(CLOCK_MONOTONIC) - m_wall0;
+    }
+    void record(const char* name, const benchmark::State& state) const {
+        const double n = double(state.iterations() > 0 ? state.iterations() : 1);
+        timings()[name] = {m_cpu / n, m_wall / n};
+    }
+
+private:
+    double m_cpu0 = 0, m_wall0 = 0, m_cpu = 0, m_wall = 0;
+};
+
+// Prints the ratios when the program ends, after the benchmarks' own table.
+struct RatioTable {
+    ~RatioTable() {
+        std::map<std::string, Timing>& t = timings();
+        std::printf(
+            "\nThe store's rate as a share of raw SQLite's (CPU time; wall time in brackets)\n");
+        std::printf("%-16s %22s %22s\n", "work", "SQLite, default locks", "SQLite, no mutex");
+        for (const char* work : {"get", "get_in_batch", "set", "tree_read_500", "tree_write_500"}) {
+            const std::string zev = std::string(work) + "/ZEVCore";
+            if (!t.count(zev)) continue;
+            std::printf("%-16s", work);
+            for (const char* side : {"/SQLite", "/SQLite_nomutex"}) {
+                const std::string raw = std::string(work) + side;
+                if (t.count(raw))
+                    std::printf(" %13.2fx (%4.2fx)", t[raw].cpu / t[zev].cpu,
+                                t[raw].wall / t[zev].wall);
+                else
+                    std::printf(" %22s", "-");
+            }
+            std::printf("\n");
+        }
+    }
+} ratioTable;
+
 // ---- One get ----------------------------------------------------------------------------
 
 constexpr DWORD kWord = 7;
 
-void ZevGet(benchmark::State& state, bool inBatch) {
+void ZevGet(benchmark::State& state, const char* name, bool inBatch) {
     BenchStore store;
     HKEY key = nullptr;
     RegCreateKeyA(HKEY_CURRENT_USER, "Software\\ZEV\\Bench", &key);
     RegSetValueExA(key, "Word", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&kWord), 4);
     std::unique_ptr<CZEVSettingsBatch> batch;
     if (inBatch) batch = std::make_unique<CZEVSettingsBatch>();
+    Stopwatch watch;
+    watch.start();
     for (auto _ : state) {
         DWORD data = 0, size = 4;
         RegQueryValueExA(key, "Word", nullptr, nullptr, reinterpret_cast<BYTE*>(&data), &size);
         benchmark::DoNotOptimize(data);
     }
+    watch.stop();
+    watch.record(name, state);
     batch.reset();
     RegCloseKey(key);
 }
 
-void RawGet(benchmark::State& state, bool inBatch, bool noMutex) {
+void RawGet(benchmark::State& state, const char* name, bool inBatch, bool noMutex) {
     RawStore raw(noMutex);
     raw.put("Software\\ZEV\\Bench", "Word", REG_DWORD, &kWord, 4);
     if (inBatch) raw.beginWrite();
-    const std::string path = "Software\\ZEV\\Bench", name = "Word";
+    const std::string path = "Software\\ZEV\\Bench", value = "Word";
+    Stopwatch watch;
+    watch.start();
     for (auto _ : state) {
         DWORD data = 0;
-        raw.get(path, name, &data, 4);
+        raw.get(path, value, &data, 4);
         benchmark::DoNotOptimize(data);
     }
+    watch.stop();
+    watch.record(name, state);
     if (inBatch) raw.commit();
 }
 
 // ---- One set, flushed -------------------------------------------------------------------
 
-void ZevSet(benchmark::State& state) {
+void ZevSet(benchmark::State& state, const char* name) {
     BenchStore store;
     HKEY key = nullptr;
     RegCreateKeyA(HKEY_CURRENT_USER, "Software\\ZEV\\Bench", &key);
     DWORD word = 0;
+    Stopwatch watch;
+    watch.start();
     for (auto _ : state) {
         ++word;
         RegSetValueExA(key, "Word", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&word), 4);
     }
+    watch.stop();
+    watch.record(name, state);
     RegCloseKey(key);
 }
 
-void RawSet(benchmark::State& state, bool noMutex) {
+void RawSet(benchmark::State& state, const char* name, bool noMutex) {
     RawStore raw(noMutex);
     DWORD word = 0;
-    const std::string path = "Software\\ZEV\\Bench", name = "Word";
+    const std::string path = "Software\\ZEV\\Bench", value = "Word";
+    Stopwatch watch;
+    watch.start();
     for (auto _ : state) {
         ++word;
-        raw.put(path, name, REG_DWORD, &word, 4);
+        raw.put(path, value, REG_DWORD, &word, 4);
     }
+    watch.stop();
+    watch.record(name, state);
 }
 
 // ---- A 500-item tree --------------------------------------------------------------------
 
-void ZevTreeRead(benchmark::State& state) {
+void ZevTreeRead(benchmark::State& state, const char* name) {
     BenchStore store;
     auto m = zevbench::benchTree();
     m->WritePreferencesToRegistry();
+    Stopwatch watch;
+    watch.start();
     for (auto _ : state) benchmark::DoNotOptimize(m->ReadPreferencesFromRegistry());
+    watch.stop();
+    watch.record(name, state);
     state.SetItemsProcessed(state.iterations() * 500);
 }
 
@@ -219,91 +303,70 @@ void ZevTreeRead(benchmark::State& state) {
     raw.commit();
 }
 
-void RawTreeRead(benchmark::State& state, bool noMutex) {
+void RawTreeRead(benchmark::State& state, const char* name, bool noMutex) {
     RawStore raw(noMutex);
     auto m = zevbench::benchTree();
     std::vector<RawItem> items = rawItems(*m);
     for (const RawItem& i : items)
         raw.put(i.path, i.name, i.type, i.data.data(), int(i.data.size()));
+    Stopwatch watch;
+    watch.start();
     for (auto _ : state) rawTreeReadOnce(raw, items);
+    watch.stop();
+    watch.record(name, state);
     state.SetItemsProcessed(state.iterations() * 500);
 }
 
-void ZevTreeWrite(benchmark::State& state) {
+void ZevTreeWrite(benchmark::State& state, const char* name) {
     BenchStore store;
     auto m = zevbench::benchTree();
     m->WritePreferencesToRegistry();
     int round = 0;
+    Stopwatch watch;
     for (auto _ : state) {
         state.PauseTiming();
         zevbench::changeEvery(*m, ++round);
         state.ResumeTiming();
+        watch.start();
         benchmark::DoNotOptimize(m->WritePreferencesToRegistry());
+        watch.stop();
     }
+    watch.record(name, state);
     state.SetItemsProcessed(state.iterations() * 500);
 }
 
-void RawTreeWrite(benchmark::State& state, bool noMutex) {
+void RawTreeWrite(benchmark::State& state, const char* name, bool noMutex) {
     RawStore raw(noMutex);
     auto m = zevbench::benchTree();
     int round = 0;
+    Stopwatch watch;
     for (auto _ : state) {
         state.PauseTiming();
         zevbench::changeEvery(*m, ++round);
         std::vector<RawItem> items = rawItems(*m);
         state.ResumeTiming();
+        watch.start();
         rawTreeWriteOnce(raw, items);
+        watch.stop();
     }
+    watch.record(name, state);
     state.SetItemsProcessed(state.iterations() * 500);
 }
 
-// ---- Ratios -----------------------------------------------------------------------------
+// ---- Registration ----------------------------------------------------------------------
 
-class RatioReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-            m_cpu[run.benchmark_name()] = run.GetAdjustedCPUTime();
-            m_real[run.benchmark_name()] = run.GetAdjustedRealTime();
-        }
-    }
-    void Finalize() override {
-        ConsoleReporter::Finalize();
-        std::printf(
-            "\nThe store's rate as a share of raw SQLite's (CPU time; wall time in brackets)\n");
-        std::printf("%-16s %22s %22s\n", "work", "SQLite, default locks", "SQLite, no mutex");
-        for (const char* work : {"get", "get_in_batch", "set", "tree_read_500", "tree_write_500"}) {
-            const std::string zev = std::string(work) + "/ZEVCore";
-            if (!m_cpu.count(zev)) continue;
-            std::printf("%-16s", work);
-            for (const char* side : {"/SQLite", "/SQLite_nomutex"}) {
-                const std::string raw = std::string(work) + side;
-                if (m_cpu.count(raw))
-                    std::printf(" %13.2fx (%4.2fx)", m_cpu[raw] / m_cpu[zev],
-                                m_real[raw] / m_real[zev]);
-                else
-                    std::printf(" %22s", "-");
-            }
-            std::printf("\n");
-        }
-    }
-
-private:
-    std::map<std::string, double> m_cpu, m_real;
-};
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    // A fixed count, for bench/platform/store_instructions, which runs two counts under
-    // callgrind and takes the difference.
+// Registered before main, so that the library's own main runs them; a fixed count from
+// ZEV_BENCH_ITERATIONS serves bench/platform/store_instructions, which runs two counts under
+// callgrind and takes the difference.
+const bool registered = [] {
     const char* fixed = std::getenv("ZEV_BENCH_ITERATIONS");
     const long iterations = fixed ? std::atol(fixed) : 0;
-    const auto add = [&](const std::string& name, auto&&... args) {
-        benchmark::internal::Benchmark* b = benchmark::RegisterBenchmark(name.c_str(), args...);
-        if (name.rfind("tree", 0) == 0) b->Unit(benchmark::kMicrosecond);
+    static std::deque<std::string> names;  // the benchmarks keep pointers to them
+    const auto add = [&](std::string name, auto function, auto... rest) {
+        const char* kept = names.emplace_back(std::move(name)).c_str();
+        benchmark::internal::Benchmark* b =
+            benchmark::RegisterBenchmark(kept, function, kept, rest...);
+        if (names.back().rfind("tree", 0) == 0) b->Unit(benchmark::kMicrosecond);
         if (iterations > 0) b->Iterations(iterations);
     };
     struct Raw {
@@ -322,10 +385,7 @@ int main(int argc, char** argv) {
     add("tree_write_500/ZEVCore", ZevTreeWrite);
     for (const Raw& r : raws)
         add(std::string("tree_write_500") + r.suffix, RawTreeWrite, r.noMutex);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    RatioReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-    return 0;
-}
+    return true;
+}();
+
+}  // namespace
