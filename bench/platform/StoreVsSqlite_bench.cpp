@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -150,22 +151,25 @@ std::map<std::string, Timing>& timings() {
     return *all;
 }
 
-double seconds(clockid_t clock) {
-    timespec t{};
-    clock_gettime(clock, &t);
-    return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
+double cpuSeconds() {
+    return double(std::clock()) / CLOCKS_PER_SEC;
+}
+
+double wallSeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 // Adds up the CPU and wall time between start and stop, and records it per iteration.
 class Stopwatch {
 public:
     void start() {
-        m_cpu0 = seconds(CLOCK_PROCESS_CPUTIME_ID);
-        m_wall0 = seconds(CLOCK_MONOTONIC);
+        m_cpu0 = cpuSeconds();
+        m_wall0 = wallSeconds();
     }
     void stop() {
-        m_cpu += seconds(CLOCK_PROCESS_CPUTIME_ID) - m_cpu0;
-        m_wall += seconds(CLOCK_MONOTONIC) - m_wall0;
+        m_cpu += cpuSeconds() - m_cpu0;
+        m_wall += wallSeconds() - m_wall0;
     }
     void record(const char* name, const benchmark::State& state) const {
         const double n = double(state.iterations() > 0 ? state.iterations() : 1);
