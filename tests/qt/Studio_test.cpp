@@ -8,13 +8,16 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPlainTextEdit>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QTabBar>
 #include <QTimer>
 #include <QUndoStack>
 #include <cmath>
 
 #include "QtTestMain.h"
+#include "tools/studio/MeshProgress.h"
 #include "tools/studio/MeshView.h"
 #include "tools/studio/Recovery.h"
 #include "tools/studio/StudioWindow.h"
@@ -111,6 +114,58 @@ private Q_SLOTS:
         QVERIFY(!studio::readProjectSettings("0 0\n1 0\n1 1\n0 0\n", read));
     }
 
+    void theProgressBarOnlyMovesForward() {
+        studio::ProgressEstimate bar(10.0);
+        double last = 0.0;
+        QStringList lines = {"Mesh element size is ~0.5", "Preparing shape for mesher..."};
+        for (int i = 0; i < 5000; ++i)
+            lines << "."
+                  << "  ";
+        lines << "Smoothing the mesh..."
+              << "Meshing boundaries..."
+              << "Finishing the mesh..."
+              << "Preparing shape for mesher..."
+              << "Cleaning up the mesh...";
+        for (const QString& line : lines) {
+            const double shown = bar.Line(line);
+            QVERIFY2(shown >= last && shown < 1.0, qPrintable(line));
+            last = shown;
+        }
+        QVERIFY(last >= 0.95);
+
+        Units::setStyle(UNIT_STYLE_NEWTONS_METERS, false);
+        const QString metres = QString::fromUtf8(Units::show(UNIT_LENGTH_SMALL, 0.5, UNIT_SHOW));
+        const struct {
+            const char* line;
+            QString shown;
+        } cases[] = {
+            {"Mesh element size is ~0.5", "Mesh element size is ~" + metres},
+            {"Mesh element size is ~x", "Mesh element size is ~x"},
+            {"Smoothing the mesh...", "Smoothing the mesh..."},
+        };
+        for (const auto& c : cases) QCOMPARE(studio::withLengthUnits(c.line), c.shown);
+        QVERIFY(metres.endsWith(" mm") || metres.endsWith(" m"));
+    }
+
+    // The status bar said "Meshed: N nodes, M elements" for a mesh over part of the region.
+    void aMeshThatDoesNotCoverIsSaidToInTheStatusBar() {
+        StudioWindow window(m_host);
+        QVERIFY(window.OpenFile(kSample));
+        studio::MeshSettings settings = window.Options().Settings();
+        settings.method = "paver";
+        settings.extended = false;  // the rows alone leave the plate open here
+        settings.size = 0.6;
+        window.Options().Load(settings);
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Failed);
+        QVERIFY2(window.StatusText().startsWith("Meshed: ") &&
+                     window.StatusText().contains(" - the mesh does NOT cover the region: "),
+                 qPrintable(window.StatusText()));
+        settings.extended = true;
+        window.Options().Load(settings);
+        QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
+        QVERIFY2(!window.StatusText().contains("NOT"), qPrintable(window.StatusText()));
+    }
+
     void init() {
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV");
         Units::resetStyles();
@@ -167,11 +222,22 @@ private Q_SLOTS:
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
         QVERIFY(window.OpenFile(kSample));
-        int lines = 0;
-        window.onProgressLine = [&](int line) { lines = line; };
+        int lines = 0, percent = 0, backwards = 0;
+        window.onProgressLine = [&](int line) {
+            lines = line;
+            if (CZEVQtProgressView* progress = CZEVQtProgressView::Live(0)) {
+                backwards += progress->Bar()->value() < percent;
+                percent = progress->Bar()->value();
+            }
+        };
         window.MeshNow();
         QVERIFY(!window.CurrentMesh().elements.empty());
         QVERIFY(lines > 4);
+        QCOMPARE(backwards, 0);
+        QVERIFY(percent > 20);
+        // The mesher's lengths come with their unit.
+        QVERIFY2(window.Log()->toPlainText().contains(QRegularExpression("size is ~[0-9.]+ in\\b")),
+                 qPrintable(window.Log()->toPlainText()));
         const int full = lines;
 
         CZEVManualClock clock;
@@ -193,7 +259,7 @@ private Q_SLOTS:
         QVERIFY(clicked);
         QVERIFY(lines < full);
         QVERIFY(window.CurrentMesh().elements.empty());
-        QVERIFY(window.Summary()->toPlainText().contains("stopped by the user"));
+        QCOMPARE(window.Summary()->toPlainText(), QString("Meshing stopped by the user."));
         QVERIFY(!CZEVQtProgressView::Live(0));
         // The window works on: the next run meshes again.
         window.onProgressLine = nullptr;

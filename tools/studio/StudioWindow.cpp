@@ -26,6 +26,7 @@
 #include <sstream>
 
 #include "tools/studio/GLMeshView.h"
+#include "tools/studio/MeshProgress.h"
 #include "tools/studio/MeshView.h"
 #include "tools/studio/Recovery.h"
 #include "tools/zevcore/MeshDxf.h"
@@ -246,14 +247,17 @@ void StudioWindow::buildMenus() {
 LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == kProgressLineMessage) {
         if (wParam != 0 || lParam == 0) return 0;  // the mesher clearing its lines
-        const QString line = QString::fromUtf8(reinterpret_cast<const char*>(lParam)).trimmed();
+        const QString line =
+            withLengthUnits(QString::fromUtf8(reinterpret_cast<const char*>(lParam)).trimmed());
         ++m_lines;
         if (!line.isEmpty() && line != ".") logLine(line);
         if (onProgressLine) onProgressLine(m_lines);
         if (m_meshing) {
             m_host.Windows().PumpMessages();
-            const bool stopped = IncrementProgressDialog(
-                0, line.isEmpty() || line == "." ? nullptr : line.toUtf8().constData());
+            // The library's own increment starts again from a tenth when it passes the end.
+            const bool stopped = UpdateProgressDialog(
+                m_progress ? m_progress->Line(line) : 0.0,
+                line.isEmpty() || line == "." ? nullptr : line.toUtf8().constData(), 0);
             if (stopped || m_stopRequested) throw MeshStopped();
         }
         return 0;
@@ -534,7 +538,8 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
             mesh = std::move(triangles.mesh), missed = triangles.missedInteriorPoints;
     } else {
         StartProgressDialog("Meshing", true, true, false, m_handle, 0);
-        SetProgressDialogIncrement(0.02, 0);
+        m_progress =
+            std::make_unique<ProgressEstimate>(expectedStageLines(m_region, settings.size));
         PaverOptions options;
         options.size = settings.size;
         options.divisions = settings.divisions;
@@ -553,6 +558,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
             failure = QString::fromUtf8(e.what());
         }
         KillProgressDialog(0);
+        m_progress.reset();
     }
     m_host.Cursor().EndWaitCursor();
     menuBar()->setEnabled(true);
@@ -565,8 +571,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         m_mesh = {};
         m_view->SetMesh(m_mesh);
         if (m_glView) m_glView->SetMesh(m_mesh);
-        m_summary->setPlainText(
-            tr("Meshing stopped by the user after %1 progress line(s).").arg(m_lines));
+        m_summary->setPlainText(tr("Meshing stopped by the user."));
         record(tr("Mesh"), std::move(before));
         setStatus(tr("Meshing stopped"));
         return MeshOutcome::Stopped;
@@ -580,11 +585,28 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         setStatus(tr("Meshing failed"));
         return MeshOutcome::Failed;
     }
-    const bool covered = showSummary(settings.method, missed, failure);
+    const Coverage coverage = showSummary(settings.method, missed, failure);
+    const bool covered = coverage.covered();
     record(tr("Mesh"), std::move(before));
     backUpNow();
-    setStatus(
-        tr("Meshed: %1 nodes, %2 elements").arg(m_mesh.nodes.size()).arg(m_mesh.elements.size()));
+    QString said =
+        tr("Meshed: %1 nodes, %2 elements").arg(m_mesh.nodes.size()).arg(m_mesh.elements.size());
+    if (!covered) {
+        // Said with its reason: the area alone can look whole when elements overlap or fold.
+        const double filled =
+            coverage.regionArea > 0.0 ? coverage.elementArea / coverage.regionArea : 0.0;
+        if (std::fabs(filled - 1.0) > 0.005)
+            said += tr(" - the mesh does NOT cover the region: its elements fill %1% of it")
+                        .arg(std::lround(100.0 * filled));
+        else if (coverage.folded > 0)
+            said += tr(" - the mesh does NOT cover the region: %1 element(s) folded")
+                        .arg(coverage.folded);
+        else
+            said +=
+                tr(" - the mesh does NOT cover the region: its elements leave gaps or "
+                   "overlap");
+    }
+    setStatus(said);
     return failure.isEmpty() && covered ? MeshOutcome::Meshed : MeshOutcome::Failed;
 }
 
@@ -641,7 +663,7 @@ void StudioWindow::enableUndo(bool on) {
     m_redoAction->setEnabled(on && m_undo->canRedo());
 }
 
-bool StudioWindow::showSummary(const std::string& method, int missed, const QString& failure) {
+Coverage StudioWindow::showSummary(const std::string& method, int missed, const QString& failure) {
     const Quality quality = measureQuality(m_mesh);
     std::string summary = summaryText(method, m_mesh, quality, missed,
                                       static_cast<int>(m_region.interiorPoints.size()));
@@ -654,7 +676,7 @@ bool StudioWindow::showSummary(const std::string& method, int missed, const QStr
     summary += line;
     if (!failure.isEmpty()) summary += "note:              " + failure.toStdString() + "\n";
     m_summary->setPlainText(QString::fromUtf8(summary.c_str()));
-    return coverage.covered();
+    return coverage;
 }
 
 void StudioWindow::OfferRecovery() {

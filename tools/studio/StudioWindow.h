@@ -16,6 +16,7 @@
 #include "tools/studio/MeshOptions.h"
 #include "tools/studio/Project.h"
 #include "tools/zevcore/MeshIo.h"
+#include "tools/zevcore/MeshPaver.h"
 #include "zevcore/platform/Types.h"
 
 class CZEVQtHost;
@@ -36,6 +37,7 @@ namespace studio {
 
 class MeshView;
 class GLMeshView;
+class ProgressEstimate;
 
 /// The studio's key under "Software\ZEV\" (shared with the command-line tool's preferences).
 inline constexpr const char* kStudioRegistryBase = "Software\\ZEV\\ZEVCore Studio";
@@ -127,8 +129,9 @@ private:
     void rebuildRecentMenu();
     void setStatus(const QString& text);
     void error(const QString& text);
-    /// The quality summary of the mesh shown; answers whether the mesh covers the region.
-    bool showSummary(const std::string& method, int missedInteriorPoints, const QString& failure);
+    /// The quality summary of the mesh shown; answers how far the mesh covers the region.
+    zevtool::meshio::Coverage showSummary(const std::string& method, int missedInteriorPoints,
+                                          const QString& failure);
     MeshSettings defaultSettings() const;
 
     CZEVQtHost& m_host;
@@ -166,6 +169,8 @@ private:
     bool m_quietBackup = false;
     bool m_stopRequested = false;
     int m_lines = 0;
+    /// The bar of the paver run under way.
+    std::unique_ptr<ProgressEstimate> m_progress;
     QString m_lastLine;
     int m_repeats = 0;
 };
