@@ -65,6 +65,16 @@ void typeInto(CZEVQtGridView& view, const char* row, const char* text) {
     QTest::keyClick(view.Editor(), Qt::Key_Return);
 }
 
+bool sameMesh(const zevtool::meshio::Mesh& a, const zevtool::meshio::Mesh& b) {
+    if (a.nodes.size() != b.nodes.size() || a.elements.size() != b.elements.size()) return false;
+    for (size_t i = 0; i < a.nodes.size(); ++i)
+        if (a.nodes[i].x != b.nodes[i].x || a.nodes[i].y != b.nodes[i].y) return false;
+    for (size_t i = 0; i < a.elements.size(); ++i)
+        if (a.elements[i].count != b.elements[i].count || a.elements[i].v != b.elements[i].v)
+            return false;
+    return true;
+}
+
 }  // namespace
 
 class TestStudio : public QObject {
@@ -164,6 +174,63 @@ private Q_SLOTS:
         window.Options().Load(settings);
         QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
         QVERIFY2(!window.StatusText().contains("NOT"), qPrintable(window.StatusText()));
+    }
+
+    void aProjectKeepsItsMeshExactlyAndRefusesADamagedOne() {
+        zevtool::meshio::Mesh mesh;
+        mesh.nodes = {{0.1 + 0.2, 0.0}, {1.0 / 3.0, 0.0}, {1.0, 2.0 / 3.0}, {0.0, 1e-300}};
+        mesh.elements = {{4, {0, 1, 2, 3}}, {3, {0, 2, 3, -1}}};
+        const std::string text =
+            studio::projectText(zevtool::meshio::Region(), {}) + studio::projectMeshText(mesh);
+        zevtool::meshio::Mesh back;
+        QCOMPARE(studio::readProjectMesh(text, back), std::string());
+        QVERIFY(sameMesh(back, mesh));
+        QCOMPARE(studio::readProjectMesh("0 0\n1 0\n1 1\n", back), std::string());
+        QVERIFY(back.elements.empty());
+        QCOMPARE(studio::projectMeshText({}), std::string());
+
+        const std::string head = "# zevcore-studio mesh: version=1 nodes=3 elements=1\n";
+        const std::string nodes = "# n 0 0\n# n 1 0\n# n 0 1\n";
+        const struct {
+            std::string text;
+            std::string problem;
+        } cases[] = {
+            {"# zevcore-studio mesh: version=2 nodes=3 elements=1\n" + nodes + "# e 3 0 1 2\n",
+             "its mesh is of version 2, which this studio does not read"},
+            {"# zevcore-studio mesh:\n", "its mesh has no version (line 1)"},
+            {head + nodes + "# e 3 0 1 3\n",
+             "its mesh is damaged: an element names a node the mesh does not have (line 5)"},
+            {head + nodes + "# e 5 0 1 2\n",
+             "its mesh is damaged: an element has neither 3 nor 4 corners (line 5)"},
+            {head + "# n 0 0\n# n 1 x\n",
+             "its mesh is damaged: a node is not two numbers (line 3)"},
+            {head + nodes, "its mesh is damaged: it ends before its last node or element (line 4)"},
+            {"# zevcore-studio mesh: version=1 nodes=3 elements=999999999999\n",
+             "its mesh is damaged: the counts are wrong (line 1)"},
+        };
+        for (const auto& c : cases) {
+            QCOMPARE(studio::readProjectMesh(c.text, back), c.problem);
+            QVERIFY(back.elements.empty());
+        }
+
+        // Opened in the studio: the region without the mesh, and the reason said.
+        const QString damaged = scratch("damaged.zevp");
+        {
+            QFile file(damaged);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(readAll(kSample) + "\n" + QByteArray::fromStdString(cases[0].text));
+        }
+        CZEVScriptedDialogs dialogs;
+        IZEVDialogService* old = ZEVInstallDialogs(&dialogs);
+        StudioWindow window(m_host);
+        QVERIFY(window.OpenFile(damaged));
+        ZEVInstallDialogs(old);
+        QVERIFY(window.HasRegion());
+        QVERIFY(window.CurrentMesh().elements.empty());
+        QCOMPARE(window.StatusText(),
+                 QString("damaged.zevp opened without its mesh: its mesh is of version 2, which "
+                         "this studio does not read."));
+        QCOMPARE(dialogs.Asked().size(), size_t(1));
     }
 
     void init() {
@@ -295,6 +362,7 @@ private Q_SLOTS:
         QVERIFY(readAll(dxf).contains("MESH"));
 
         const QString project = scratch("plate.zevp");
+        const zevtool::meshio::Mesh saved = window.CurrentMesh();
         QVERIFY(window.SaveProject(project));
         QVERIFY(!window.Options().Modified());
         QVERIFY(window.OpenFile(kSample));
@@ -306,6 +374,9 @@ private Q_SLOTS:
         QCOMPARE(window.Region().loops.size(), size_t(2));
         QCOMPARE(window.Region().interiorPoints.size(), size_t(4));
         QCOMPARE(window.RecentFiles().front(), QFileInfo(project).absoluteFilePath());
+        // The mesh comes back with the project, node for node.
+        QVERIFY(sameMesh(window.CurrentMesh(), saved));
+        QVERIFY(window.Summary()->toPlainText().contains("method:            triangle"));
         QCOMPARE(window.MeshNow(), StudioWindow::MeshOutcome::Meshed);
 
         // A bad file is refused with its line and the reader's message.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
 #include <map>
 #include <sstream>
 #include <utility>
@@ -13,6 +14,7 @@ namespace studio {
 namespace {
 
 constexpr const char* kOptionsTag = "# zevcore-studio options:";
+constexpr const char* kMeshTag = "# zevcore-studio mesh:";
 
 // Shortest text that reads back to the same double, whatever the locale.
 std::string number(double v) {
@@ -100,6 +102,87 @@ zevtool::meshio::Region regionOfMesh(const zevtool::meshio::Mesh& mesh) {
     zevtool::meshio::Region region;
     region.loops = std::move(loops);
     return zevtool::meshio::parseBoundaryText(projectText(region, MeshSettings()));
+}
+
+std::string projectMeshText(const zevtool::meshio::Mesh& mesh) {
+    if (mesh.elements.empty()) return "";
+    std::ostringstream out;
+    out << '\n'
+        << kMeshTag << " version=" << kProjectMeshVersion << " nodes=" << mesh.nodes.size()
+        << " elements=" << mesh.elements.size() << '\n';
+    for (const auto& p : mesh.nodes) out << "# n " << number(p.x) << ' ' << number(p.y) << '\n';
+    for (const auto& e : mesh.elements) {
+        out << "# e " << e.count;
+        for (int k = 0; k < e.count; ++k) out << ' ' << e.v[static_cast<size_t>(k)];
+        out << '\n';
+    }
+    return out.str();
+}
+
+std::string readProjectMesh(const std::string& text, zevtool::meshio::Mesh& mesh) {
+    mesh = {};
+    std::istringstream lines(text);
+    std::string line;
+    const std::string tag = kMeshTag;
+    int number = 0;
+    while (std::getline(lines, line)) {
+        ++number;
+        if (line.compare(0, tag.size(), tag) == 0) break;
+    }
+    if (!lines && line.compare(0, tag.size(), tag) != 0) return "";
+    long long version = 0, nodes = -1, elements = -1;
+    char tail = 0;
+    if (std::sscanf(line.c_str() + tag.size(), " version=%lld nodes=%lld elements=%lld %c",
+                    &version, &nodes, &elements, &tail) < 1)
+        return "its mesh has no version (line " + std::to_string(number) + ")";
+    if (version > kProjectMeshVersion || version < 1)
+        return "its mesh is of version " + std::to_string(version) +
+               ", which this studio does not read";
+    auto damaged = [&](const char* what) {
+        mesh = {};
+        return std::string("its mesh is damaged: ") + what + " (line " + std::to_string(number) +
+               ")";
+    };
+    // The counts bound the work before anything is read.
+    if (nodes < 0 || elements < 1 || nodes > 100000000 || elements > 100000000 || tail)
+        return damaged("the counts are wrong");
+    zevtool::meshio::Mesh read;
+    read.nodes.reserve(static_cast<size_t>(std::min(nodes, 1000000LL)));
+    while (std::getline(lines, line)) {
+        ++number;
+        std::istringstream words(line);
+        std::string hash, kind;
+        words >> hash >> kind;
+        if (hash != "#" || (kind != "n" && kind != "e")) break;
+        if (kind == "n") {
+            std::string x, y, more;
+            zevtool::meshio::Point p;
+            if (!(words >> x >> y) || (words >> more) || !readNumber(x, p.x) || !readNumber(y, p.y))
+                return damaged("a node is not two numbers");
+            if (static_cast<long long>(read.nodes.size()) >= nodes)
+                return damaged("too many nodes");
+            read.nodes.push_back(p);
+            continue;
+        }
+        zevtool::meshio::Element e;
+        std::string more;
+        if (!(words >> e.count) || (e.count != 3 && e.count != 4))
+            return damaged("an element has neither 3 nor 4 corners");
+        for (int k = 0; k < e.count; ++k) {
+            int& v = e.v[static_cast<size_t>(k)];
+            if (!(words >> v) || v < 0 || v >= nodes)
+                return damaged("an element names a node the mesh does not have");
+        }
+        if (words >> more) return damaged("an element has more than its corners");
+        if (static_cast<long long>(read.elements.size()) >= elements)
+            return damaged("too many elements");
+        read.elements.push_back(e);
+    }
+    if (static_cast<long long>(read.nodes.size()) != nodes ||
+        static_cast<long long>(read.elements.size()) != elements)
+        return damaged("it ends before its last node or element");
+    mesh = std::move(read);
+    return "";
 }
 
 bool readProjectSettings(const std::string& text, MeshSettings& settings) {

@@ -34,6 +34,19 @@ std::string projectText(const zevtool::meshio::Region& region, const MeshSetting
 /// zevtool::meshio::InputError (line 0) when the edges make no single region.
 zevtool::meshio::Region regionOfMesh(const zevtool::meshio::Mesh& mesh);
 
+/// The version of the mesh a project keeps; a reader refuses a mesh of a later one.
+inline constexpr int kProjectMeshVersion = 1;
+
+/// The mesh as comment lines after a project's text (a boundary reader skips them): a head
+/// "# zevcore-studio mesh: version=1 nodes=N elements=M", then "# n X Y" for each node and
+/// "# e COUNT A B C [D]" for each element, numbers written to read back exactly. "" for a
+/// mesh with no elements.
+std::string projectMeshText(const zevtool::meshio::Mesh& mesh);
+
+/// Reads the mesh of a project's text into `mesh`: "" when it was read or the text has none
+/// (`mesh` then empty), else why it cannot be (`mesh` then empty too).
+std::string readProjectMesh(const std::string& text, zevtool::meshio::Mesh& mesh);
+
 /// Reads the options line of a project's text into `settings`; false (nothing changed) when
 /// the text has none, or a value in it is not a number it can take.
 bool readProjectSettings(const std::string& text, MeshSettings& settings);

@@ -278,7 +278,7 @@ LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) 
 bool StudioWindow::writeBackup(const char* path) {
     if (!m_hasRegion) return false;
     try {
-        zevtool::writeOutput(path, projectText(m_region, m_options.Settings()));
+        zevtool::writeOutput(path, documentText());
         return true;
     } catch (const std::exception& e) {
         setStatus(QString::fromUtf8(e.what()));
@@ -355,6 +355,10 @@ bool StudioWindow::OpenFile(const QString& path) {
     m_meshedRegion = {};
     MeshSettings settings;
     if (!readProjectSettings(text, settings)) settings = defaultSettings();
+    // A mesh the project cannot give back leaves the region opened, and says why.
+    Mesh kept;
+    const std::string meshProblem = readProjectMesh(text, kept);
+    if (!kept.elements.empty()) m_mesh = std::move(kept);
     if (m_grid->IsEditing()) m_grid->FinishEdit(true);
     m_options.Load(settings);
     m_grid->OnGroupSetup();
@@ -365,7 +369,8 @@ bool StudioWindow::OpenFile(const QString& path) {
     m_summary->clear();
     m_log->clear();
     showRegion();
-    if (!m_mesh.elements.empty()) showSummary("msh file", 0, QString());
+    if (!m_mesh.elements.empty())
+        showSummary(meshFile ? "msh file" : settings.method, 0, QString());
     addRecent(path);
     if (auto* last = preference<CFilePreference>(*m_preferences, zevtool::kPrefLastFile)) {
         last->SetFile(zevqt::toCString(path));
@@ -378,7 +383,14 @@ bool StudioWindow::OpenFile(const QString& path) {
                   .arg(QFileInfo(path).fileName())
                   .arg(m_region.loops.size())
                   .arg(m_region.interiorPoints.size() + m_region.boundaryPoints.size()));
+    if (!meshProblem.empty())
+        error(tr("%1 opened without its mesh: %2.")
+                  .arg(QFileInfo(path).fileName(), QString::fromUtf8(meshProblem.c_str())));
     return true;
+}
+
+std::string StudioWindow::documentText() const {
+    return projectText(m_region, m_options.Settings()) + projectMeshText(m_mesh);
 }
 
 void StudioWindow::showRegion() {
@@ -430,7 +442,7 @@ bool StudioWindow::SaveProject(const QString& path) {
     }
     if (m_grid->IsEditing() && !m_grid->FinishEdit(false)) return false;
     try {
-        zevtool::writeOutput(path.toStdString(), projectText(m_region, m_options.Settings()));
+        zevtool::writeOutput(path.toStdString(), documentText());
     } catch (const std::exception& e) {
         error(QString::fromUtf8(e.what()));
         return false;

@@ -57,7 +57,7 @@ public:
     /// drawing or a mesh (MSH, with the region its boundary outlines); false, with a message
     /// box, when the file cannot be read.
     bool OpenFile(const QString& path);
-    /// Writes the open region and the options as a project.
+    /// Writes the open region, the options and the mesh as a project.
     bool SaveProject(const QString& path);
     /// Writes the mesh as MSH, SVG or DXF, by the name's extension.
     bool SaveMesh(const QString& path);
@@ -108,6 +108,8 @@ private:
     void logLine(const QString& line);
     /// Writes the open project to `path`; false (said in the status bar) when it cannot.
     bool writeBackup(const char* path);
+    /// The open project as its file keeps it: region, options and mesh.
+    std::string documentText() const;
     /// Has the recovery write its backup now, after a change.
     void backUpNow();
     StudioState captureState() const;
