@@ -264,7 +264,9 @@ void CZEVQtGridView::openList(int col, int row) {
     m_list->setObjectName("zevGridList");
     m_list->setAttribute(Qt::WA_DeleteOnClose);
     for (int i = 0; i < items.size(); ++i) {
-        QAction* action = m_list->addAction(items[i]);
+        // A list item is data, not a menu label: an "&" in it is shown, not taken as a
+        // mnemonic ("Kips &Inches" showed as "Kips _Inches").
+        QAction* action = m_list->addAction(QString(items[i]).replace('&', "&&"));
         connect(action, &QAction::triggered, this, [this, col, row, i] {
             m_model.NotifyCellType(col, row, CN_LIST_PICK, i);
             m_model.NotifyCellType(col, row, CN_LIST_DONE, 0);

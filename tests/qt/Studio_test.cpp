@@ -455,6 +455,16 @@ private Q_SLOTS:
                     QTest::mouseClick(&units, Qt::LeftButton, {},
                                       QPoint(style.right() - 4, style.center().y()));
                     QVERIFY(units.OpenList());
+                    // The styles' ampersands are shown as written, not taken as mnemonics.
+                    int ampersands = 0;
+                    for (int i = 0; i < Units::unitStyleCount(); ++i) {
+                        const QString name =
+                            QString::fromUtf8(Units::unitStyleName(static_cast<ETUnitStyle>(i)));
+                        ampersands += name.contains('&');
+                        QCOMPARE(units.OpenList()->actions().at(i)->text(),
+                                 QString(name).replace('&', "&&"));
+                    }
+                    QVERIFY(ampersands > 0);
                     units.OpenList()->actions().at(UNIT_STYLE_NEWTONS_METERS)->trigger();
                     dialog->accept();
                     return;
