@@ -6,28 +6,17 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <unordered_set>
 
 #include "zevcore/platform/gl/GLPlatform.h"
+#include "zevcore/platform/gl/SurfaceTable.hpp"
 
 namespace {
 
-struct Surface {
-    int width = 0;
-    int height = 0;
-    int format = 0;  // from 1, 0 while unset
+struct EglSurface {
     EGLSurface pbuffer = EGL_NO_SURFACE;
 };
-
-struct Context {
-    int format = 0;
-    EGLContext context = EGL_NO_CONTEXT;
-};
-
-// The current pair is the thread's, as EGL's is.
-thread_local HDC tCurrentDC = nullptr;
-thread_local HGLRC tCurrentRC = nullptr;
-thread_local DWORD tLastError = 0;
+using Table = GLPlatform::detail::SurfaceTable<EglSurface, EGLContext>;
+using Surface = Table::Surface;
 
 int attrib(EGLDisplay display, EGLConfig config, EGLint name) {
     EGLint value = 0;
@@ -37,15 +26,13 @@ int attrib(EGLDisplay display, EGLConfig config, EGLint name) {
 
 }  // namespace
 
-struct CZEVEGLPlatform::Impl {
+struct CZEVEGLPlatform::Impl : Table {
     bool tried = false;
     EGLDisplay display = EGL_NO_DISPLAY;
     std::string displayError;
     // The formats offered: the display's configurations that OpenGL can render to in a
     // pbuffer, in the display's order. Format n is configs[n - 1].
     std::vector<EGLConfig> configs;
-    std::unordered_set<Surface*> surfaces;
-    std::unordered_set<Context*> contexts;
 
     bool open() {
         if (tried) return display != EGL_NO_DISPLAY;
@@ -85,23 +72,6 @@ struct CZEVEGLPlatform::Impl {
         return true;
     }
 
-    Surface* surface(HDC dc) {
-        auto* s = reinterpret_cast<Surface*>(dc);
-        if (!dc || !surfaces.count(s)) {
-            tLastError = ZEV_ERROR_INVALID_HANDLE;
-            return nullptr;
-        }
-        return s;
-    }
-    Context* context(HGLRC rc) {
-        auto* c = reinterpret_cast<Context*>(rc);
-        if (!rc || !contexts.count(c)) {
-            tLastError = ZEV_ERROR_INVALID_HANDLE;
-            return nullptr;
-        }
-        return c;
-    }
-
     ZEVPixelFormat describe(int format) const {
         EGLConfig c = configs[static_cast<size_t>(format - 1)];
         ZEVPixelFormat f;
@@ -124,24 +94,35 @@ struct CZEVEGLPlatform::Impl {
                                EGL_NONE};
         s.pbuffer =
             eglCreatePbufferSurface(display, configs[static_cast<size_t>(s.format - 1)], size);
-        if (s.pbuffer == EGL_NO_SURFACE) tLastError = static_cast<DWORD>(eglGetError());
+        if (s.pbuffer == EGL_NO_SURFACE) fail(static_cast<DWORD>(eglGetError()));
         return s.pbuffer != EGL_NO_SURFACE;
     }
+
+    int count() const { return static_cast<int>(configs.size()); }
+    auto describer() const {
+        return [this](int n) { return describe(n); };
+    }
+    void destroy(Surface& s) const {
+        if (s.pbuffer != EGL_NO_SURFACE) eglDestroySurface(display, s.pbuffer);
+    }
 };
+
+namespace {
+
+// Every format has pbuffers.
+bool anyFormat(const Surface&, int) {
+    return true;
+}
+
+}  // namespace
 
 CZEVEGLPlatform::CZEVEGLPlatform() : m(std::make_unique<Impl>()) {}
 
 CZEVEGLPlatform::~CZEVEGLPlatform() {
     if (m->display == EGL_NO_DISPLAY) return;
     eglMakeCurrent(m->display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-    for (Context* c : m->contexts) {
-        eglDestroyContext(m->display, c->context);
-        delete c;
-    }
-    for (Surface* s : m->surfaces) {
-        if (s->pbuffer != EGL_NO_SURFACE) eglDestroySurface(m->display, s->pbuffer);
-        delete s;
-    }
+    m->destroyAll([this](Surface& s) { m->destroy(s); },
+                  [this](Table::Context& c) { eglDestroyContext(m->display, c.native); });
     eglTerminate(m->display);
 }
 
@@ -156,114 +137,69 @@ std::string CZEVEGLPlatform::DisplayError() {
 
 HDC CZEVEGLPlatform::GetDC(HWND window, int width, int height) {
     // Windows belong to a window system, which this platform has not.
-    if (window || width < 1 || height < 1 || width > 16384 || height > 16384 || !m->open()) {
-        tLastError = ZEV_ERROR_INVALID_HANDLE;
+    if (window || !Table::sizeAllowed(width, height) || !m->open()) {
+        Table::fail(ZEV_ERROR_INVALID_HANDLE);
         return nullptr;
     }
-    auto* s = new Surface{width, height, 0, EGL_NO_SURFACE};
-    m->surfaces.insert(s);
-    return reinterpret_cast<HDC>(s);
+    auto* s = new Surface;
+    s->width = width;
+    s->height = height;
+    return m->add(s);
 }
 
 bool CZEVEGLPlatform::ReleaseDC(HDC dc) {
-    Surface* s = m->surface(dc);
-    if (!s) return false;
-    if (tCurrentDC == dc) MakeCurrent(nullptr, nullptr);
-    if (s->pbuffer != EGL_NO_SURFACE) eglDestroySurface(m->display, s->pbuffer);
-    m->surfaces.erase(s);
-    delete s;
-    return true;
+    return m->release(
+        dc, [this] { MakeCurrent(nullptr, nullptr); }, [this](Surface& s) { m->destroy(s); });
 }
 
 bool CZEVEGLPlatform::ResizeDC(HDC dc, int width, int height) {
-    Surface* s = m->surface(dc);
-    if (!s || width < 1 || height < 1 || width > 16384 || height > 16384) return false;
-    if (s->width == width && s->height == height) return true;
-    s->width = width;
-    s->height = height;
-    if (s->pbuffer == EGL_NO_SURFACE) return true;
-    const bool current = tCurrentDC == dc;
+    bool changed = false;
+    Surface* s = m->resize(dc, width, height, changed);
+    if (!s) return false;
+    if (!changed || s->pbuffer == EGL_NO_SURFACE) return true;
     EGLSurface old = s->pbuffer;
     if (!m->makePbuffer(*s)) {
         s->pbuffer = old;
         return false;
     }
-    if (current) {
-        Context* c = m->context(tCurrentRC);
-        if (c) eglMakeCurrent(m->display, s->pbuffer, s->pbuffer, c->context);
-    }
+    if (Table::currentDC() == dc)
+        if (Table::Context* c = m->context(Table::currentRC()))
+            eglMakeCurrent(m->display, s->pbuffer, s->pbuffer, c->native);
     eglDestroySurface(m->display, old);
     return true;
 }
 
 bool CZEVEGLPlatform::GetDCSize(HDC dc, int& width, int& height) {
-    Surface* s = m->surface(dc);
-    if (!s) return false;
-    width = s->width;
-    height = s->height;
-    return true;
+    return m->size(dc, width, height);
 }
 
 int CZEVEGLPlatform::ChoosePixelFormat(HDC dc, const ZEVPixelFormat& want) {
-    if (!m->surface(dc)) return 0;
-    std::vector<ZEVPixelFormat> formats;
-    for (int n = 1; n <= static_cast<int>(m->configs.size()); ++n)
-        formats.push_back(m->describe(n));
     // Pbuffers have one buffer: a request for two is met by one.
     ZEVPixelFormat single = want;
     single.doubleBuffer = false;
-    return ZEVClosestPixelFormat(formats, single);
+    return m->closest(dc, single, m->count(), anyFormat, m->describer());
 }
 
 std::vector<int> CZEVEGLPlatform::ChoosePixelFormats(HDC dc, const ZEVPixelFormat& want) {
-    std::vector<int> found;
-    if (!m->surface(dc) || want.coverageSamples > 0) return found;
-    for (int n = 1; n <= static_cast<int>(m->configs.size()); ++n) {
-        ZEVPixelFormat f = m->describe(n);
-        if (f.colorBits >= want.colorBits && f.alphaBits >= want.alphaBits &&
-            f.depthBits >= want.depthBits && f.stencilBits >= want.stencilBits &&
-            f.sampleBuffers == want.sampleBuffers && f.samples == want.samples)
-            found.push_back(n);
-    }
-    return found;
+    return m->atLeast(dc, want, m->count(), m->describer(), false);
 }
 
 bool CZEVEGLPlatform::SetPixelFormat(HDC dc, int format) {
-    Surface* s = m->surface(dc);
-    if (!s) return false;
-    if (format < 1 || format > static_cast<int>(m->configs.size()) ||
-        (s->format != 0 && s->format != format)) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return false;
-    }
-    if (s->format == format) return true;
-    s->format = format;
-    if (!m->makePbuffer(*s)) {
-        s->format = 0;
-        return false;
-    }
-    return true;
+    return m->setFormat(dc, format, m->count(), anyFormat,
+                        [this](Surface& s) { return m->makePbuffer(s); });
 }
 
 int CZEVEGLPlatform::GetPixelFormat(HDC dc) {
-    Surface* s = m->surface(dc);
-    return s ? s->format : 0;
+    return m->format(dc);
 }
 
 int CZEVEGLPlatform::DescribePixelFormat(HDC dc, int format, ZEVPixelFormat* out) {
-    if (!m->surface(dc)) return 0;
-    const int count = static_cast<int>(m->configs.size());
-    if (out && format >= 1 && format <= count) *out = m->describe(format);
-    return count;
+    return m->describeFormat(dc, format, out, m->count(), m->describer());
 }
 
 HGLRC CZEVEGLPlatform::CreateContext(HDC dc) {
-    Surface* s = m->surface(dc);
+    Surface* s = m->formatted(dc);
     if (!s) return nullptr;
-    if (s->format == 0) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return nullptr;
-    }
     eglBindAPI(EGL_OPENGL_API);
     // The drawing is fixed-function: ask for the compatibility profile by name, and fall back
     // on whatever the display makes by default (a compatibility context on Mesa).
@@ -273,54 +209,38 @@ HGLRC CZEVEGLPlatform::CreateContext(HDC dc) {
     EGLContext c = eglCreateContext(m->display, config, EGL_NO_CONTEXT, compatibility);
     if (c == EGL_NO_CONTEXT) c = eglCreateContext(m->display, config, EGL_NO_CONTEXT, nullptr);
     if (c == EGL_NO_CONTEXT) {
-        tLastError = static_cast<DWORD>(eglGetError());
+        Table::fail(static_cast<DWORD>(eglGetError()));
         return nullptr;
     }
-    auto* context = new Context{s->format, c};
-    m->contexts.insert(context);
-    return reinterpret_cast<HGLRC>(context);
+    return m->add(new Table::Context{s->format, c});
 }
 
 bool CZEVEGLPlatform::DeleteContext(HGLRC rc) {
-    Context* c = m->context(rc);
-    if (!c) return false;
-    if (tCurrentRC == rc) MakeCurrent(nullptr, nullptr);
-    eglDestroyContext(m->display, c->context);
-    m->contexts.erase(c);
-    delete c;
-    return true;
+    return m->release(
+        rc, [this] { MakeCurrent(nullptr, nullptr); },
+        [this](Table::Context& c) { eglDestroyContext(m->display, c.native); });
 }
 
 bool CZEVEGLPlatform::MakeCurrent(HDC dc, HGLRC rc) {
-    if (!dc && !rc) {
-        if (m->display != EGL_NO_DISPLAY)
-            eglMakeCurrent(m->display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-        tCurrentDC = nullptr;
-        tCurrentRC = nullptr;
-        return true;
-    }
-    Surface* s = m->surface(dc);
-    Context* c = m->context(rc);
-    if (!s || !c) return false;
-    if (s->format == 0 || s->format != c->format) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return false;
-    }
-    if (!eglMakeCurrent(m->display, s->pbuffer, s->pbuffer, c->context)) {
-        tLastError = static_cast<DWORD>(eglGetError());
-        return false;
-    }
-    tCurrentDC = dc;
-    tCurrentRC = rc;
-    return true;
+    return m->makeCurrent(
+        dc, rc,
+        [this] {
+            if (m->display != EGL_NO_DISPLAY)
+                eglMakeCurrent(m->display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        },
+        [this](Surface& s, Table::Context& c) {
+            if (eglMakeCurrent(m->display, s.pbuffer, s.pbuffer, c.native)) return true;
+            Table::fail(static_cast<DWORD>(eglGetError()));
+            return false;
+        });
 }
 
 HGLRC CZEVEGLPlatform::GetCurrentContext() {
-    return tCurrentRC;
+    return Table::currentRC();
 }
 
 HDC CZEVEGLPlatform::GetCurrentDC() {
-    return tCurrentDC;
+    return Table::currentDC();
 }
 
 bool CZEVEGLPlatform::SwapBuffers(HDC dc) {
@@ -339,5 +259,5 @@ std::string CZEVEGLPlatform::GetExtensionsString(HDC dc) {
 }
 
 DWORD CZEVEGLPlatform::GetLastError() {
-    return tLastError;
+    return Table::lastError();
 }

@@ -6,29 +6,19 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <unordered_set>
 
 #include "zevcore/platform/gl/GLPlatform.h"
+#include "zevcore/platform/gl/SurfaceTable.hpp"
 
 namespace {
 
-struct Surface {
+struct GlxSurface {
     Window window = 0;  // 0 for an offscreen surface
-    int width = 0;
-    int height = 0;
-    int format = 0;
     GLXPbuffer pbuffer = 0;
     GLXDrawable drawable() const { return window ? window : pbuffer; }
 };
-
-struct Context {
-    int format = 0;
-    GLXContext context = nullptr;
-};
-
-thread_local HDC tCurrentDC = nullptr;
-thread_local HGLRC tCurrentRC = nullptr;
-thread_local DWORD tLastError = 0;
+using Table = GLPlatform::detail::SurfaceTable<GlxSurface, GLXContext>;
+using Surface = Table::Surface;
 
 // X reports a failed request through its error handler, which by default ends the process;
 // while GLX is asked for drawables and contexts, a failure is noted instead.
@@ -62,14 +52,12 @@ private:
 
 }  // namespace
 
-struct CZEVGLXPlatform::Impl {
+struct CZEVGLXPlatform::Impl : Table {
     std::string name;
     bool tried = false;
     Display* display = nullptr;
     std::string displayError;
     std::vector<GLXFBConfig> configs;
-    std::unordered_set<Surface*> surfaces;
-    std::unordered_set<Context*> contexts;
 
     bool open() {
         if (tried) return display != nullptr;
@@ -140,23 +128,6 @@ struct CZEVGLXPlatform::Impl {
                static_cast<VisualID>(attrib(n, GLX_VISUAL_ID)) == XVisualIDFromVisual(a.visual);
     }
 
-    Surface* surface(HDC dc) {
-        auto* s = reinterpret_cast<Surface*>(dc);
-        if (!dc || !surfaces.count(s)) {
-            tLastError = ZEV_ERROR_INVALID_HANDLE;
-            return nullptr;
-        }
-        return s;
-    }
-    Context* context(HGLRC rc) {
-        auto* c = reinterpret_cast<Context*>(rc);
-        if (!rc || !contexts.count(c)) {
-            tLastError = ZEV_ERROR_INVALID_HANDLE;
-            return nullptr;
-        }
-        return c;
-    }
-
     bool makePbuffer(Surface& s) {
         const int size[] = {GLX_PBUFFER_WIDTH, std::max(s.width, 1), GLX_PBUFFER_HEIGHT,
                             std::max(s.height, 1), None};
@@ -164,10 +135,21 @@ struct CZEVGLXPlatform::Impl {
         s.pbuffer = glXCreatePbuffer(display, configs[static_cast<size_t>(s.format - 1)], size);
         if (trap.failed() || !s.pbuffer) {
             s.pbuffer = 0;
-            tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
+            fail(ZEV_ERROR_INVALID_PIXEL_FORMAT);
             return false;
         }
         return true;
+    }
+
+    int count() const { return static_cast<int>(configs.size()); }
+    auto describer() const {
+        return [this](int n) { return describe(n); };
+    }
+    auto fitter() const {
+        return [this](const Surface& s, int n) { return fits(s, n); };
+    }
+    void destroy(Surface& s) const {
+        if (s.pbuffer) glXDestroyPbuffer(display, s.pbuffer);
     }
 };
 
@@ -178,14 +160,8 @@ CZEVGLXPlatform::CZEVGLXPlatform(const char* displayName) : m(std::make_unique<I
 CZEVGLXPlatform::~CZEVGLXPlatform() {
     if (!m->display) return;
     glXMakeContextCurrent(m->display, None, None, nullptr);
-    for (Context* c : m->contexts) {
-        glXDestroyContext(m->display, c->context);
-        delete c;
-    }
-    for (Surface* s : m->surfaces) {
-        if (s->pbuffer) glXDestroyPbuffer(m->display, s->pbuffer);
-        delete s;
-    }
+    m->destroyAll([this](Surface& s) { m->destroy(s); },
+                  [this](Table::Context& c) { glXDestroyContext(m->display, c.native); });
     XCloseDisplay(m->display);
 }
 
@@ -204,193 +180,127 @@ void* CZEVGLXPlatform::XDisplay() {
 
 HDC CZEVGLXPlatform::GetDC(HWND window, int width, int height) {
     if (!m->open()) return nullptr;
-    auto* s = new Surface;
-    s->window = static_cast<Window>(reinterpret_cast<std::uintptr_t>(window));
-    if (s->window) {
+    const auto w = static_cast<Window>(reinterpret_cast<std::uintptr_t>(window));
+    if (w) {
         XWindowAttributes a;
         XErrorTrap trap(m->display);
-        const bool known = XGetWindowAttributes(m->display, s->window, &a) && !trap.failed();
+        const bool known = XGetWindowAttributes(m->display, w, &a) && !trap.failed();
         if (!known) {
-            delete s;
-            tLastError = ZEV_ERROR_INVALID_HANDLE;
+            Table::fail(ZEV_ERROR_INVALID_HANDLE);
             return nullptr;
         }
-        s->width = a.width;
-        s->height = a.height;
-    } else {
-        if (width < 1 || height < 1 || width > 16384 || height > 16384) {
-            delete s;
-            tLastError = ZEV_ERROR_INVALID_HANDLE;
-            return nullptr;
-        }
-        s->width = width;
-        s->height = height;
+        width = a.width;
+        height = a.height;
+    } else if (!Table::sizeAllowed(width, height)) {
+        Table::fail(ZEV_ERROR_INVALID_HANDLE);
+        return nullptr;
     }
-    m->surfaces.insert(s);
-    return reinterpret_cast<HDC>(s);
+    auto* s = new Surface;
+    s->window = w;
+    s->width = width;
+    s->height = height;
+    return m->add(s);
 }
 
 bool CZEVGLXPlatform::ReleaseDC(HDC dc) {
-    Surface* s = m->surface(dc);
-    if (!s) return false;
-    if (tCurrentDC == dc) MakeCurrent(nullptr, nullptr);
-    if (s->pbuffer) glXDestroyPbuffer(m->display, s->pbuffer);
-    m->surfaces.erase(s);
-    delete s;
-    return true;
+    return m->release(
+        dc, [this] { MakeCurrent(nullptr, nullptr); }, [this](Surface& s) { m->destroy(s); });
 }
 
 bool CZEVGLXPlatform::ResizeDC(HDC dc, int width, int height) {
-    Surface* s = m->surface(dc);
-    if (!s || width < 1 || height < 1 || width > 16384 || height > 16384) return false;
-    if (s->width == width && s->height == height) return true;
-    s->width = width;
-    s->height = height;
+    bool changed = false;
+    Surface* s = m->resize(dc, width, height, changed);
+    if (!s) return false;
     // A window's drawable follows the window by itself.
-    if (s->window || !s->pbuffer) return true;
+    if (!changed || s->window || !s->pbuffer) return true;
     const GLXPbuffer old = s->pbuffer;
     if (!m->makePbuffer(*s)) {
         s->pbuffer = old;
         return false;
     }
-    if (tCurrentDC == dc)
-        if (Context* c = m->context(tCurrentRC))
-            glXMakeContextCurrent(m->display, s->pbuffer, s->pbuffer, c->context);
+    if (Table::currentDC() == dc)
+        if (Table::Context* c = m->context(Table::currentRC()))
+            glXMakeContextCurrent(m->display, s->pbuffer, s->pbuffer, c->native);
     glXDestroyPbuffer(m->display, old);
     return true;
 }
 
 bool CZEVGLXPlatform::GetDCSize(HDC dc, int& width, int& height) {
-    Surface* s = m->surface(dc);
-    if (!s) return false;
-    width = s->width;
-    height = s->height;
-    return true;
+    return m->size(dc, width, height);
 }
 
 int CZEVGLXPlatform::ChoosePixelFormat(HDC dc, const ZEVPixelFormat& want) {
     Surface* s = m->surface(dc);
     if (!s) return 0;
-    std::vector<ZEVPixelFormat> formats;
-    std::vector<int> numbers;
-    for (int n = 1; n <= static_cast<int>(m->configs.size()); ++n)
-        if (m->fits(*s, n)) formats.push_back(m->describe(n)), numbers.push_back(n);
     // A pbuffer has one buffer: a request for two is met by one.
     ZEVPixelFormat asked = want;
     if (!s->window) asked.doubleBuffer = false;
-    const int best = ZEVClosestPixelFormat(formats, asked);
-    return best ? numbers[static_cast<size_t>(best - 1)] : 0;
+    return m->closest(dc, asked, m->count(), m->fitter(), m->describer());
 }
 
 std::vector<int> CZEVGLXPlatform::ChoosePixelFormats(HDC dc, const ZEVPixelFormat& want) {
-    std::vector<int> found;
-    Surface* s = m->surface(dc);
-    if (!s || want.coverageSamples > 0) return found;
-    for (int n = 1; n <= static_cast<int>(m->configs.size()); ++n) {
-        const ZEVPixelFormat f = m->describe(n);
-        if (f.colorBits >= want.colorBits && f.alphaBits >= want.alphaBits &&
-            f.depthBits >= want.depthBits && f.stencilBits >= want.stencilBits &&
-            f.sampleBuffers == want.sampleBuffers && f.samples == want.samples &&
-            f.doubleBuffer == want.doubleBuffer)
-            found.push_back(n);
-    }
-    return found;
+    return m->atLeast(dc, want, m->count(), m->describer(), true);
 }
 
 bool CZEVGLXPlatform::SetPixelFormat(HDC dc, int format) {
-    Surface* s = m->surface(dc);
-    if (!s) return false;
-    if (format < 1 || format > static_cast<int>(m->configs.size()) || !m->fits(*s, format) ||
-        (s->format != 0 && s->format != format)) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return false;
-    }
-    if (s->format == format) return true;
-    s->format = format;
-    if (!s->window && !m->makePbuffer(*s)) {
-        s->format = 0;
-        return false;
-    }
-    return true;
+    return m->setFormat(dc, format, m->count(), m->fitter(),
+                        [this](Surface& s) { return s.window || m->makePbuffer(s); });
 }
 
 int CZEVGLXPlatform::GetPixelFormat(HDC dc) {
-    Surface* s = m->surface(dc);
-    return s ? s->format : 0;
+    return m->format(dc);
 }
 
 int CZEVGLXPlatform::DescribePixelFormat(HDC dc, int format, ZEVPixelFormat* out) {
-    if (!m->surface(dc)) return 0;
-    const int count = static_cast<int>(m->configs.size());
-    if (out && format >= 1 && format <= count) *out = m->describe(format);
-    return count;
+    return m->describeFormat(dc, format, out, m->count(), m->describer());
 }
 
 HGLRC CZEVGLXPlatform::CreateContext(HDC dc) {
-    Surface* s = m->surface(dc);
+    Surface* s = m->formatted(dc);
     if (!s) return nullptr;
-    if (s->format == 0) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return nullptr;
-    }
     // A context made the old way is a compatibility context, which the fixed-function
     // drawing needs.
     XErrorTrap trap(m->display);
     GLXContext c = glXCreateNewContext(m->display, m->configs[static_cast<size_t>(s->format - 1)],
                                        GLX_RGBA_TYPE, nullptr, True);
     if (trap.failed() || !c) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
+        Table::fail(ZEV_ERROR_INVALID_PIXEL_FORMAT);
         return nullptr;
     }
-    auto* context = new Context{s->format, c};
-    m->contexts.insert(context);
-    return reinterpret_cast<HGLRC>(context);
+    return m->add(new Table::Context{s->format, c});
 }
 
 bool CZEVGLXPlatform::DeleteContext(HGLRC rc) {
-    Context* c = m->context(rc);
-    if (!c) return false;
-    if (tCurrentRC == rc) MakeCurrent(nullptr, nullptr);
-    glXDestroyContext(m->display, c->context);
-    m->contexts.erase(c);
-    delete c;
-    return true;
+    return m->release(
+        rc, [this] { MakeCurrent(nullptr, nullptr); },
+        [this](Table::Context& c) { glXDestroyContext(m->display, c.native); });
 }
 
 bool CZEVGLXPlatform::MakeCurrent(HDC dc, HGLRC rc) {
-    if (!dc && !rc) {
-        if (m->display) glXMakeContextCurrent(m->display, None, None, nullptr);
-        tCurrentDC = nullptr;
-        tCurrentRC = nullptr;
-        return true;
-    }
-    Surface* s = m->surface(dc);
-    Context* c = m->context(rc);
-    if (!s || !c) return false;
-    if (s->format == 0 || s->format != c->format) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return false;
-    }
-    // The switch flushes the context that was current, whose late errors (the software
-    // rasteriser's image transfers) say nothing of the new pair: the call's answer decides.
-    XErrorTrap trap(m->display);
-    const bool made = glXMakeContextCurrent(m->display, s->drawable(), s->drawable(), c->context);
-    trap.failed();
-    if (!made) {
-        tLastError = ZEV_ERROR_INVALID_PIXEL_FORMAT;
-        return false;
-    }
-    tCurrentDC = dc;
-    tCurrentRC = rc;
-    return true;
+    return m->makeCurrent(
+        dc, rc,
+        [this] {
+            if (m->display) glXMakeContextCurrent(m->display, None, None, nullptr);
+        },
+        [this](Surface& s, Table::Context& c) {
+            // The switch flushes the context that was current, whose late errors (the
+            // software rasteriser's image transfers) say nothing of the new pair: the call's
+            // answer decides.
+            XErrorTrap trap(m->display);
+            const bool made =
+                glXMakeContextCurrent(m->display, s.drawable(), s.drawable(), c.native);
+            trap.failed();
+            if (!made) Table::fail(ZEV_ERROR_INVALID_PIXEL_FORMAT);
+            return made;
+        });
 }
 
 HGLRC CZEVGLXPlatform::GetCurrentContext() {
-    return tCurrentRC;
+    return Table::currentRC();
 }
 
 HDC CZEVGLXPlatform::GetCurrentDC() {
-    return tCurrentDC;
+    return Table::currentDC();
 }
 
 bool CZEVGLXPlatform::SwapBuffers(HDC dc) {
@@ -412,7 +322,7 @@ std::string CZEVGLXPlatform::GetExtensionsString(HDC dc) {
 }
 
 DWORD CZEVGLXPlatform::GetLastError() {
-    return tLastError;
+    return Table::lastError();
 }
 
 void CZEVGLXPlatform::InvalidateRect(HWND window) {
