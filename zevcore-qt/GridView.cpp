@@ -140,54 +140,10 @@ void CZEVQtGridView::paintCell(QPainter& painter, int col, int row) {
 
     const CString type = m_model.CellTypeName(cell.GetCellType());
     QRect textRect = rect.adjusted(4, 0, -2, 0);
-    if (type == "expand box" || type == "check box") {
-        const int side = std::min(rect.height() - 6, 12);
-        const QRect box(rect.left() + 4, rect.center().y() - side / 2, side, side);
-        painter.setPen(textColor);
-        painter.setBrush(Qt::white);
-        painter.drawRect(box);
-        painter.setBrush(Qt::NoBrush);
-        const int number = static_cast<int>(cell.GetNumber());
-        if (type == "expand box") {
-            painter.setPen(Qt::black);
-            painter.drawLine(box.left() + 2, box.center().y(), box.right() - 2, box.center().y());
-            if (number == 1)  // closed: the plus
-                painter.drawLine(box.center().x(), box.top() + 2, box.center().x(),
-                                 box.bottom() - 2);
-        } else if (number == 1) {
-            painter.setPen(QPen(Qt::black, 2));
-            painter.drawLine(box.left() + 2, box.center().y(), box.center().x() - 1,
-                             box.bottom() - 2);
-            painter.drawLine(box.center().x() - 1, box.bottom() - 2, box.right() - 2,
-                             box.top() + 2);
-        } else if (number == 2) {
-            painter.fillRect(box.adjusted(3, 3, -2, -2), Qt::gray);
-        }
-        textRect.setLeft(box.right() + 2);
-    } else if (type == "drop list" || type == "ellipsis" || type == "spin button") {
-        const QRect button(rect.right() - kButtonWidth, rect.top() + 1, kButtonWidth,
-                           rect.height() - 2);
-        painter.fillRect(button, palette().color(QPalette::Button));
-        painter.setPen(palette().color(QPalette::ButtonText));
-        painter.drawRect(button.adjusted(0, 0, -1, -1));
-        const QPoint c = button.center();
-        if (type == "drop list") {
-            painter.setBrush(palette().color(QPalette::ButtonText));
-            painter.drawPolygon(QPolygon({QPoint(c.x() - 4, c.y() - 2),
-                                          QPoint(c.x() + 4, c.y() - 2), QPoint(c.x(), c.y() + 3)}));
-            painter.setBrush(Qt::NoBrush);
-        } else if (type == "ellipsis") {
-            painter.drawText(button, Qt::AlignCenter, "...");
-        } else {
-            painter.drawLine(button.left(), c.y(), button.right(), c.y());
-            painter.drawText(
-                QRect(button.left(), button.top(), button.width(), c.y() - button.top()),
-                Qt::AlignCenter, "+");
-            painter.drawText(QRect(button.left(), c.y(), button.width(), button.bottom() - c.y()),
-                             Qt::AlignCenter, "-");
-        }
-        textRect.setRight(button.left() - 2);
-    }
+    if (type == "expand box" || type == "check box")
+        textRect.setLeft(paintBox(painter, rect, type, cell, textColor).right() + 2);
+    else if (type == "drop list" || type == "ellipsis" || type == "spin button")
+        textRect.setRight(paintButton(painter, rect, type).left() - 2);
     painter.setPen(textColor);
     QFont f = painter.font();
     if (type == "hint") {
@@ -201,6 +157,58 @@ void CZEVQtGridView::paintCell(QPainter& painter, int col, int row) {
         painter.setPen(QPen(palette().color(QPalette::Highlight), 1, Qt::DotLine));
         painter.drawRect(rect.adjusted(1, 1, -1, -1));
     }
+}
+
+// The box of a check box (ticked, or grey for the third state) or of an expand box (a minus,
+// or a plus when closed) at the cell's left; answers where it is.
+QRect CZEVQtGridView::paintBox(QPainter& painter, const QRect& rect, const CString& type,
+                               const CUGCell& cell, const QColor& textColor) {
+    const int side = std::min(rect.height() - 6, 12);
+    const QRect box(rect.left() + 4, rect.center().y() - side / 2, side, side);
+    painter.setPen(textColor);
+    painter.setBrush(Qt::white);
+    painter.drawRect(box);
+    painter.setBrush(Qt::NoBrush);
+    const int number = static_cast<int>(cell.GetNumber());
+    if (type == "expand box") {
+        painter.setPen(Qt::black);
+        painter.drawLine(box.left() + 2, box.center().y(), box.right() - 2, box.center().y());
+        if (number == 1)  // closed: the plus
+            painter.drawLine(box.center().x(), box.top() + 2, box.center().x(), box.bottom() - 2);
+    } else if (number == 1) {
+        painter.setPen(QPen(Qt::black, 2));
+        painter.drawLine(box.left() + 2, box.center().y(), box.center().x() - 1, box.bottom() - 2);
+        painter.drawLine(box.center().x() - 1, box.bottom() - 2, box.right() - 2, box.top() + 2);
+    } else if (number == 2) {
+        painter.fillRect(box.adjusted(3, 3, -2, -2), Qt::gray);
+    }
+    return box;
+}
+
+// The button at the cell's right of a drop list (an arrow), an ellipsis ("...") or a spin
+// button (+ over -); answers where it is.
+QRect CZEVQtGridView::paintButton(QPainter& painter, const QRect& rect, const CString& type) {
+    const QRect button(rect.right() - kButtonWidth, rect.top() + 1, kButtonWidth,
+                       rect.height() - 2);
+    painter.fillRect(button, palette().color(QPalette::Button));
+    painter.setPen(palette().color(QPalette::ButtonText));
+    painter.drawRect(button.adjusted(0, 0, -1, -1));
+    const QPoint c = button.center();
+    if (type == "drop list") {
+        painter.setBrush(palette().color(QPalette::ButtonText));
+        painter.drawPolygon(QPolygon({QPoint(c.x() - 4, c.y() - 2), QPoint(c.x() + 4, c.y() - 2),
+                                      QPoint(c.x(), c.y() + 3)}));
+        painter.setBrush(Qt::NoBrush);
+    } else if (type == "ellipsis") {
+        painter.drawText(button, Qt::AlignCenter, "...");
+    } else {
+        painter.drawLine(button.left(), c.y(), button.right(), c.y());
+        painter.drawText(QRect(button.left(), button.top(), button.width(), c.y() - button.top()),
+                         Qt::AlignCenter, "+");
+        painter.drawText(QRect(button.left(), c.y(), button.width(), button.bottom() - c.y()),
+                         Qt::AlignCenter, "-");
+    }
+    return button;
 }
 
 void CZEVQtGridView::Refresh() {

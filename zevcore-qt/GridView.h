@@ -57,6 +57,9 @@ private:
     /// What of a cell a point falls on: its text or its cell type's button.
     Part partAt(int col, int row, const QPoint& point) const;
     void paintCell(QPainter& painter, int col, int row);
+    QRect paintBox(QPainter& painter, const QRect& rect, const CString& type, const CUGCell& cell,
+                   const QColor& textColor);
+    QRect paintButton(QPainter& painter, const QRect& rect, const CString& type);
     /// Finishes an open edit; false when the model refused the entry (it stays open).
     bool finishEdit(bool cancelled);
     void openList(int col, int row);

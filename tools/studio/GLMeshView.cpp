@@ -48,6 +48,25 @@ void GLMeshScene::OnSizeGL(int w, int h) {
 }
 
 void GLMeshScene::OnDrawGL() {
+    beginFrame();
+    if (labelFontChanged) {
+        PrepareCharset2D(&labelFont);
+        labelFontChanged = false;
+    }
+    double minX, minY, maxX, maxY;
+    if (!regionBox(region, minX, minY, maxX, maxY)) {
+        drawHint();
+        return;
+    }
+    if (showGrid && grids) drawGrids();
+    drawElements();
+    drawRegion();
+    drawAnnotations(minX, minY, maxX, maxY);
+    if (hasSnap) drawSnap();
+}
+
+// The viewport, the background and the projection, and no modes left from the last frame.
+void GLMeshScene::beginFrame() {
     // The library's view skips a size another view had already, so the surface is asked.
     if (GetCDC()) ZEVGL().GetDCSize(GetCDC()->GetSafeHdc(), width, height);
     width = std::max(width, 1);
@@ -76,36 +95,33 @@ void GLMeshScene::OnDrawGL() {
     glLoadIdentity();
     glDisable(GL_DEPTH_TEST);
     DisableGLLighting();
+}
 
-    if (labelFontChanged) {
-        PrepareCharset2D(&labelFont);
-        labelFontChanged = false;
-    }
-    double minX, minY, maxX, maxY;
-    if (!regionBox(region, minX, minY, maxX, maxY)) {
-        const CString hint = "Open a boundary file, a DXF drawing or a mesh (File > Open)";
-        colour(QColor(110, 110, 110));
-        glRasterPos2d(centreX - 0.3 * 13 * hint.GetLength() * 2.0 * halfHeight / height, centreY);
-        Text2D(hint);
-        return;
-    }
-    const double extent = std::max({maxX - minX, maxY - minY, 1e-9});
+// With nothing open, what to open.
+void GLMeshScene::drawHint() {
+    const CString hint = "Open a boundary file, a DXF drawing or a mesh (File > Open)";
+    colour(QColor(110, 110, 110));
+    glRasterPos2d(centreX - 0.3 * 13 * hint.GetLength() * perPixel(), centreY);
+    Text2D(hint);
+}
 
-    if (showGrid && grids) {
-        glPointSize(2.0f);
-        colour(background.lightness() > 128 ? QColor(150, 150, 150) : QColor(120, 120, 120));
-        glBegin(GL_POINTS);
-        for (int g = 1; g <= grids->gridCount(); ++g) {
-            CGraphicGrid* grid = grids->grid(g);
-            if (!grid || !grid->isVisible()) continue;
-            const auto& points = grid->getGridPoints();
-            for (int i = 1; i <= points.getCount(); ++i)
-                if (const CPoint3D* p = points[i]) glVertex2d(p->x, p->y);
-        }
-        glEnd();
-        glPointSize(1.0f);
+void GLMeshScene::drawGrids() {
+    glPointSize(2.0f);
+    colour(background.lightness() > 128 ? QColor(150, 150, 150) : QColor(120, 120, 120));
+    glBegin(GL_POINTS);
+    for (int g = 1; g <= grids->gridCount(); ++g) {
+        CGraphicGrid* grid = grids->grid(g);
+        if (!grid || !grid->isVisible()) continue;
+        const auto& points = grid->getGridPoints();
+        for (int i = 1; i <= points.getCount(); ++i)
+            if (const CPoint3D* p = points[i]) glVertex2d(p->x, p->y);
     }
+    glEnd();
+    glPointSize(1.0f);
+}
 
+// The elements in the drawing mode: filled by quality, outlined, or both.
+void GLMeshScene::drawElements() {
     auto corners = [this](const Element& e, CPoint3D* c) {
         if (e.count != 3 && e.count != 4) return false;
         for (int k = 0; k < e.count; ++k) {
@@ -116,16 +132,19 @@ void GLMeshScene::OnDrawGL() {
         }
         return true;
     };
+    auto plate = [](const Element& e, const CPoint3D* c) {
+        if (e.count == 3)
+            DrawTriPlate(c[0], c[1], c[2], 0.0);
+        else
+            DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+    };
     if (mode != DrawMode::Wireframe) {
         StartSolidDrawing(gPlatePolygonOffset);
         for (size_t i = 0; i < mesh.elements.size(); ++i) {
             CPoint3D c[4];
             if (!corners(mesh.elements[i], c)) continue;
             colour(qualityColor(i < quality.size() ? quality[i] : 1.0));
-            if (mesh.elements[i].count == 3)
-                DrawTriPlate(c[0], c[1], c[2], 0.0);
-            else
-                DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+            plate(mesh.elements[i], c);
         }
         EndSolidDrawing();
     }
@@ -134,17 +153,16 @@ void GLMeshScene::OnDrawGL() {
         colour(lines);
         for (const Element& e : mesh.elements) {
             CPoint3D c[4];
-            if (!corners(e, c)) continue;
-            if (e.count == 3)
-                DrawTriPlate(c[0], c[1], c[2], 0.0);
-            else
-                DrawQuadPlate(c[0], c[1], c[2], c[3], 0.0);
+            if (corners(e, c)) plate(e, c);
         }
         EndWireframeDrawing();
     }
     DisableGLLighting();
     glPolygonMode(GL_FRONT_AND_BACK, GL_FILL);
+}
 
+// The region's outlines and its interior and boundary points.
+void GLMeshScene::drawRegion() {
     glLineWidth(2.0f);
     colour(Qt::black);
     for (const auto& loop : region.loops) {
@@ -161,8 +179,11 @@ void GLMeshScene::OnDrawGL() {
     for (const Point& p : region.boundaryPoints) glVertex2d(p.x, p.y);
     glEnd();
     glPointSize(1.0f);
+}
 
-    // The dashed box round the region, its span and the origin.
+// The dashed box round the region, its span and the origin.
+void GLMeshScene::drawAnnotations(double minX, double minY, double maxX, double maxY) {
+    const double extent = std::max({maxX - minX, maxY - minY, 1e-9});
     const float symbol = static_cast<float>(0.06 * extent);
     const double gap = 0.06 * extent;
     StartDashedLineDrawing();
@@ -181,28 +202,27 @@ void GLMeshScene::OnDrawGL() {
                       symbol, 1.5f);
     // The span in the current unit style, under its arrow.
     const CString span = Units::show(UNIT_LENGTH_SMALL, maxX - minX, UNIT_SHOW);
-    const double perPixel = 2.0 * halfHeight / height;
     const double textHeight = std::abs(labelFont.lfHeight) > 0 ? std::abs(labelFont.lfHeight) : 12;
-    glRasterPos2d((minX + maxX) / 2 - 0.3 * textHeight * span.GetLength() * perPixel,
-                  minY - 1.5 * gap - (textHeight + 4) * perPixel);
+    glRasterPos2d((minX + maxX) / 2 - 0.3 * textHeight * span.GetLength() * perPixel(),
+                  minY - 1.5 * gap - (textHeight + 4) * perPixel());
     Text2D(span);
     glPushMatrix();
     glTranslated(minX - gap, minY - gap, 0.5);
     DrawOriginArrows(symbol, true, false, true);
     glPopMatrix();
     DisableGLLighting();
+}
 
-    if (hasSnap) {
-        // Where the pointer snaps to.
-        const double arm = 6.0 * perPixel;
-        colour(QColor(200, 0, 0));
-        glBegin(GL_LINES);
-        glVertex2d(snap.x() - arm, snap.y());
-        glVertex2d(snap.x() + arm, snap.y());
-        glVertex2d(snap.x(), snap.y() - arm);
-        glVertex2d(snap.x(), snap.y() + arm);
-        glEnd();
-    }
+// Where the pointer snaps to.
+void GLMeshScene::drawSnap() {
+    const double arm = 6.0 * perPixel();
+    colour(QColor(200, 0, 0));
+    glBegin(GL_LINES);
+    glVertex2d(snap.x() - arm, snap.y());
+    glVertex2d(snap.x() + arm, snap.y());
+    glVertex2d(snap.x(), snap.y() - arm);
+    glVertex2d(snap.x(), snap.y() + arm);
+    glEnd();
 }
 
 GLMeshView::GLMeshView(CZEVQtGLPlatform& platform, QWidget* parent)

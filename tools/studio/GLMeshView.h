@@ -43,6 +43,18 @@ public:
     /// The drawing's point at the view's centre, and half the view's height in its units.
     double centreX = 0.0, centreY = 0.0, halfHeight = 1.0;
     int width = 1, height = 1;
+
+private:
+    // The stages of a paint, in order.
+    void beginFrame();
+    void drawHint();
+    void drawGrids();
+    void drawElements();
+    void drawRegion();
+    void drawAnnotations(double minX, double minY, double maxX, double maxY);
+    void drawSnap();
+    /// Drawing units per pixel.
+    double perPixel() const { return 2.0 * halfHeight / height; }
 };
 
 class GLMeshView : public CZEVQtGLView {

@@ -531,55 +531,53 @@ int ZEVTriangleMesher::mesh_it(double* boundaryIn, int boundaryCount, double* in
     return 0;
 }
 
-bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount,
-                                           double* interiorIn, int interiorCount, int holeCount,
-                                           int* holeSizes, double* holePoints, double maxArea,
-                                           bool conforming, bool* holeIsVoid) {
-    // Triangle reads its switches with the C library, so the area is printed and read back
-    // in the C locale whatever the host has set.
-    CZEVClassicLocaleScope classic;
-    // Triangle talks on standard output; the file takes it, and the host gets its output
-    // back however this ends. The file is removed after a run of Triangle, whatever its
-    // outcome; a refusal before the run leaves it, as the stated behaviour has it.
-    const CString messageFile = ZEVMakeTempFile("Msh", "");
-    StdoutToFile redirect(messageFile);
+// ---------------------------------------------------------------------------------------------
+// The stages of one run of Triangle: the input checked, the region described in Triangle's
+// records, Triangle run twice, the result taken.
 
-    errorText[0] = '\0';
-    TriangleRecords rec;
-    auto fail = [this](const char* text) {
-        std::snprintf(errorText, sizeof errorText, "%s", text);
-        return false;
-    };
+namespace {
 
-    // Triangle reads the area back from its switches, so an area that prints as 0 there is
-    // as bad as 0 itself (and would make Triangle end the process).
-    char areaText[400];
-    std::snprintf(areaText, sizeof areaText, "%f", maxArea);
+struct TriangleInput {
+    const double* boundary;
+    int boundaryCount;
+    const double* interior;
+    int interiorCount;
+    int holeCount;
+    const int* holeSizes;
+    const double* holePoints;
+    const bool* holeIsVoid;  // null: every hole is a void
+};
 
-    if (!boundaryIn) return fail("Bad boundary data was entered.");
-    if (boundaryCount < 3) return fail("Bad boundary count was entered.");
-    if (interiorCount < 0) return fail("Bad interior point count was entered.");
-    if (interiorCount >= 1 && !interiorIn) return fail("Bad interior point data was entered.");
-    if (holeCount < 0) return fail("Bad hole count was entered.");
-    if (holeCount >= 1 && (!holeSizes || !holePoints)) return fail("Bad hole data was entered.");
+// The message for input Triangle must not see, null for input it may.
+const char* refusedInput(const TriangleInput& in, double maxArea, const char* areaText) {
+    if (!in.boundary) return "Bad boundary data was entered.";
+    if (in.boundaryCount < 3) return "Bad boundary count was entered.";
+    if (in.interiorCount < 0) return "Bad interior point count was entered.";
+    if (in.interiorCount >= 1 && !in.interior) return "Bad interior point data was entered.";
+    if (in.holeCount < 0) return "Bad hole count was entered.";
+    if (in.holeCount >= 1 && (!in.holeSizes || !in.holePoints)) return "Bad hole data was entered.";
     if (!(maxArea > 0.0) || !(std::strtod(areaText, nullptr) > 0.0))
-        return fail("Bad maximum triangle area was entered.");
-    for (int h = 0; h < holeCount; ++h)
-        if (holeSizes[h] < 1) return fail("Bad hole data was entered.");
-    if (!usableCoordinates(boundaryIn, boundaryCount))
-        return fail("Bad boundary data was entered.");
-    if (!usableCoordinates(interiorIn, interiorCount))
-        return fail("Bad interior point data was entered.");
+        return "Bad maximum triangle area was entered.";
+    for (int h = 0; h < in.holeCount; ++h)
+        if (in.holeSizes[h] < 1) return "Bad hole data was entered.";
+    if (!usableCoordinates(in.boundary, in.boundaryCount)) return "Bad boundary data was entered.";
+    if (!usableCoordinates(in.interior, in.interiorCount))
+        return "Bad interior point data was entered.";
     int holeTotal = 0;
-    for (int h = 0; h < holeCount; ++h) holeTotal += holeSizes[h];
-    if (!usableCoordinates(holePoints, holeTotal)) return fail("Bad hole data was entered.");
+    for (int h = 0; h < in.holeCount; ++h) holeTotal += in.holeSizes[h];
+    if (!usableCoordinates(in.holePoints, holeTotal)) return "Bad hole data was entered.";
+    return nullptr;
+}
 
-    // Points: boundary, interior, then the outlines of the holes that have more than two
-    // points. Every segment runs from a point's successor back to the point.
-    const bool everyHoleVoid = holeIsVoid == nullptr;
-    int numberOfHoles = holeCount;
+// Points: boundary, interior, then the outlines of the holes that have more than two points,
+// each void hole with a point inside it. Every segment runs from a point's successor back to
+// the point. The message for a hole that cannot be meshed round, null when all can.
+const char* describeRegion(const TriangleInput& in, TriangleRecords& rec) {
+    const bool everyHoleVoid = in.holeIsVoid == nullptr;
+    int numberOfHoles = in.holeCount;
     if (!everyHoleVoid)
-        numberOfHoles = static_cast<int>(std::count(holeIsVoid, holeIsVoid + holeCount, true));
+        numberOfHoles =
+            static_cast<int>(std::count(in.holeIsVoid, in.holeIsVoid + in.holeCount, true));
     auto addPoints = [&rec](const double* xy, int count, int marker) {
         rec.pointList.insert(rec.pointList.end(), xy, xy + 2 * count);
         rec.pointMarkers.insert(rec.pointMarkers.end(), count, marker);
@@ -591,14 +589,14 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
             rec.segmentMarkers.push_back(marker);
         }
     };
-    addPoints(boundaryIn, boundaryCount, kBoundaryMarker);
-    addOutline(0, boundaryCount, kBoundaryMarker);
-    if (interiorCount > 0) addPoints(interiorIn, interiorCount, kInteriorMarker);
+    addPoints(in.boundary, in.boundaryCount, kBoundaryMarker);
+    addOutline(0, in.boundaryCount, kBoundaryMarker);
+    if (in.interiorCount > 0) addPoints(in.interior, in.interiorCount, kInteriorMarker);
 
-    for (int h = 0, start = 0; h < holeCount; start += holeSizes[h], ++h) {
-        const double* outline = holePoints + 2 * static_cast<std::size_t>(start);
-        const int size = holeSizes[h];
-        const bool isVoid = everyHoleVoid || holeIsVoid[h];
+    for (int h = 0, start = 0; h < in.holeCount; start += in.holeSizes[h], ++h) {
+        const double* outline = in.holePoints + 2 * static_cast<std::size_t>(start);
+        const int size = in.holeSizes[h];
+        const bool isVoid = everyHoleVoid || in.holeIsVoid[h];
         if (size <= 2) {
             if (isVoid) --numberOfHoles;
             continue;
@@ -614,87 +612,130 @@ bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount
             maxY = std::max(maxY, outline[2 * i + 1]);
         }
         const double extent = std::min(maxX - minX, maxY - minY);
-        if (!(extent > 0.0)) return fail("Hole size is zero!");
+        if (!(extent > 0.0)) return "Hole size is zero!";
         if (!isVoid) continue;
         double hx = 0.0, hy = 0.0;
         if (!holePoint(outline, size, extent / 5.0, hx, hy))
-            return fail("Hole lies on shape boundary, making meshing impossible.");
+            return "Hole lies on shape boundary, making meshing impossible.";
         rec.holeList.push_back(hx);
         rec.holeList.push_back(hy);
     }
+    rec.in.numberofholes = numberOfHoles;
+    return nullptr;
+}
+
+// Planar graph, zero-based, with edges, Voronoi diagram and neighbours. Refinement under the
+// area bound: q adds Triangle's default minimum angle, D makes the mesh conforming Delaunay
+// instead; P leaves the segments out of the output. Triangle reads per-triangle areas only
+// when the bound is not a number (an infinite area prints as "inf"); zeros there mean no
+// bound. Runs in a child process; false with `failure` when it did not come back.
+bool runTriangle(TriangleRecords& rec, bool conforming, const char* areaText,
+                 zevtriangle::Output& result, std::string& failure) {
+    rec.in.pointlist = rec.pointList.data();
+    rec.in.pointmarkerlist = rec.pointMarkers.data();
+    rec.in.numberofpoints = static_cast<int>(rec.pointMarkers.size());
+    rec.in.segmentlist = rec.segmentList.data();
+    rec.in.segmentmarkerlist = rec.segmentMarkers.data();
+    rec.in.numberofsegments = static_cast<int>(rec.segmentMarkers.size());
+    rec.in.holelist = rec.holeList.data();
+
+    auto work = [&rec, conforming, areaText](zevtriangle::Output& output) {
+        char firstSwitches[] = "pzevn";
+        triangulate(firstSwitches, &rec.in, &rec.mid, &rec.vor);
+        rec.areaList.assign(static_cast<std::size_t>(std::max(rec.mid.numberoftriangles, 0)), 0.0);
+        rec.mid.trianglearealist = rec.areaList.data();
+        std::string secondSwitches = std::string(conforming ? "prDzPa" : "prqzPa") + areaText;
+        triangulate(secondSwitches.data(), &rec.mid, &rec.out, nullptr);
+
+        const triangulateio& out = rec.out;
+        const auto points = static_cast<std::size_t>(std::max(out.numberofpoints, 0));
+        if (out.pointlist) output.points.assign(out.pointlist, out.pointlist + 2 * points);
+        if (out.pointmarkerlist)
+            output.pointMarkers.assign(out.pointmarkerlist, out.pointmarkerlist + points);
+        output.corners = out.numberofcorners;
+        const auto corners = static_cast<std::size_t>(std::max(out.numberofcorners, 0));
+        const auto count = static_cast<std::size_t>(std::max(out.numberoftriangles, 0));
+        if (out.trianglelist)
+            output.triangles.assign(out.trianglelist, out.trianglelist + count * corners);
+    };
+    return zevtriangle::runIsolated(work, result, failure);
+}
+
+// The result into the mesher's arrays: the m.points, those on the outer boundary, the
+// m.triangles.
+void takeResult(ZEVTriangleMesher& m, const zevtriangle::Output& result) {
+    m.numberOfPoints = static_cast<int>(result.points.size() / 2);
+    m.numberOfOutlinePoints = 0;
+    if (m.numberOfPoints > 0) {
+        const std::size_t n = 2 * static_cast<std::size_t>(m.numberOfPoints);
+        m.points = new double[n];
+        m.outlinePoints = new double[n];
+        std::copy(result.points.begin(), result.points.end(), m.points);
+        const bool marked =
+            result.pointMarkers.size() == static_cast<std::size_t>(m.numberOfPoints);
+        for (int i = 0; marked && i < m.numberOfPoints; ++i) {
+            if (result.pointMarkers[i] != kBoundaryMarker) continue;
+            m.outlinePoints[2 * m.numberOfOutlinePoints] = m.points[2 * i];
+            m.outlinePoints[2 * m.numberOfOutlinePoints + 1] = m.points[2 * i + 1];
+            ++m.numberOfOutlinePoints;
+        }
+    }
+    const std::size_t corners = static_cast<std::size_t>(result.corners);
+    m.numberOfTriangles = static_cast<int>(result.triangles.size() / corners);
+    if (m.numberOfTriangles > 0) {
+        m.triangles = new int[3 * static_cast<std::size_t>(m.numberOfTriangles)];
+        for (int t = 0; t < m.numberOfTriangles; ++t)
+            for (int c = 0; c < 3; ++c)
+                m.triangles[3 * t + c] =
+                    result.triangles[static_cast<std::size_t>(t) * corners + c];
+    }
+}
+
+}  // namespace
+
+bool ZEVTriangleMesher::CreateTriangleMesh(double* boundaryIn, int boundaryCount,
+                                           double* interiorIn, int interiorCount, int holeCount,
+                                           int* holeSizes, double* holePoints, double maxArea,
+                                           bool conforming, bool* holeIsVoid) {
+    // Triangle reads its switches with the C library, so the area is printed and read back
+    // in the C locale whatever the host has set.
+    CZEVClassicLocaleScope classic;
+    // Triangle talks on standard output; the file takes it, and the host gets its output
+    // back however this ends. The file is removed after a run of Triangle, whatever its
+    // outcome; a refusal before the run leaves it, as the stated behaviour has it.
+    const CString messageFile = ZEVMakeTempFile("Msh", "");
+    StdoutToFile redirect(messageFile);
+
+    errorText[0] = '\0';
+    auto fail = [this](const char* text) {
+        std::snprintf(errorText, sizeof errorText, "%s", text);
+        return false;
+    };
+
+    // Triangle reads the area back from its switches, so an area that prints as 0 there is
+    // as bad as 0 itself (and would make Triangle end the process).
+    char areaText[400];
+    std::snprintf(areaText, sizeof areaText, "%f", maxArea);
+
+    const TriangleInput input{boundaryIn, boundaryCount, interiorIn, interiorCount,
+                              holeCount,  holeSizes,     holePoints, holeIsVoid};
+    if (const char* refusal = refusedInput(input, maxArea, areaText)) return fail(refusal);
+    TriangleRecords rec;
+    if (const char* refusal = describeRegion(input, rec)) return fail(refusal);
 
     // Fewer than three distinct points make no triangle (and one alone crashes Triangle).
     rec.mergeDuplicatePoints();
-    const bool flat = rec.pointMarkers.size() < 3;
-
     zevtriangle::Output result;
-    if (!flat) {
-        rec.in.pointlist = rec.pointList.data();
-        rec.in.pointmarkerlist = rec.pointMarkers.data();
-        rec.in.numberofpoints = static_cast<int>(rec.pointMarkers.size());
-        rec.in.segmentlist = rec.segmentList.data();
-        rec.in.segmentmarkerlist = rec.segmentMarkers.data();
-        rec.in.numberofsegments = static_cast<int>(rec.segmentMarkers.size());
-        rec.in.holelist = rec.holeList.data();
-        rec.in.numberofholes = numberOfHoles;
-
-        // Planar graph, zero-based, with edges, Voronoi diagram and neighbours. Refinement
-        // under the area bound: q adds Triangle's default minimum angle, D makes the mesh
-        // conforming Delaunay instead; P leaves the segments out of the output. Triangle
-        // reads per-triangle areas only when the bound is not a number (an infinite area
-        // prints as "inf"); zeros there mean no bound.
-        auto work = [&rec, conforming, &areaText](zevtriangle::Output& output) {
-            char firstSwitches[] = "pzevn";
-            triangulate(firstSwitches, &rec.in, &rec.mid, &rec.vor);
-            rec.areaList.assign(static_cast<std::size_t>(std::max(rec.mid.numberoftriangles, 0)),
-                                0.0);
-            rec.mid.trianglearealist = rec.areaList.data();
-            std::string secondSwitches = std::string(conforming ? "prDzPa" : "prqzPa") + areaText;
-            triangulate(secondSwitches.data(), &rec.mid, &rec.out, nullptr);
-
-            const triangulateio& out = rec.out;
-            const auto points = static_cast<std::size_t>(std::max(out.numberofpoints, 0));
-            if (out.pointlist) output.points.assign(out.pointlist, out.pointlist + 2 * points);
-            if (out.pointmarkerlist)
-                output.pointMarkers.assign(out.pointmarkerlist, out.pointmarkerlist + points);
-            output.corners = out.numberofcorners;
-            const auto corners = static_cast<std::size_t>(std::max(out.numberofcorners, 0));
-            const auto count = static_cast<std::size_t>(std::max(out.numberoftriangles, 0));
-            if (out.trianglelist)
-                output.triangles.assign(out.trianglelist, out.trianglelist + count * corners);
-        };
+    if (rec.pointMarkers.size() >= 3) {
         std::string failure;
-        if (!zevtriangle::runIsolated(work, result, failure)) {
+        if (!runTriangle(rec, conforming, areaText, result, failure)) {
             redirect.restore();
             const std::string said = collapsedText(messageFile);
             std::remove(messageFile);
             return fail((said.empty() ? failure : said).c_str());
         }
     }
-
-    numberOfPoints = static_cast<int>(result.points.size() / 2);
-    numberOfOutlinePoints = 0;
-    if (numberOfPoints > 0) {
-        const std::size_t n = 2 * static_cast<std::size_t>(numberOfPoints);
-        points = new double[n];
-        outlinePoints = new double[n];
-        std::copy(result.points.begin(), result.points.end(), points);
-        const bool marked = result.pointMarkers.size() == static_cast<std::size_t>(numberOfPoints);
-        for (int i = 0; marked && i < numberOfPoints; ++i) {
-            if (result.pointMarkers[i] != kBoundaryMarker) continue;
-            outlinePoints[2 * numberOfOutlinePoints] = points[2 * i];
-            outlinePoints[2 * numberOfOutlinePoints + 1] = points[2 * i + 1];
-            ++numberOfOutlinePoints;
-        }
-    }
-    const std::size_t corners = static_cast<std::size_t>(result.corners);
-    numberOfTriangles = static_cast<int>(result.triangles.size() / corners);
-    if (numberOfTriangles > 0) {
-        triangles = new int[3 * static_cast<std::size_t>(numberOfTriangles)];
-        for (int t = 0; t < numberOfTriangles; ++t)
-            for (int c = 0; c < 3; ++c)
-                triangles[3 * t + c] = result.triangles[static_cast<std::size_t>(t) * corners + c];
-    }
+    takeResult(*this, result);
 
     redirect.restore();
     std::remove(messageFile);
