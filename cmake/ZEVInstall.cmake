@@ -21,6 +21,22 @@ install(EXPORT ZEVCoreTargets
     NAMESPACE ZEVCore::
     DESTINATION ${ZEV_CMAKE_DIR})
 
+# The Qt binding, a component of its own (find_package(ZEVCore COMPONENTS Qt)): its targets
+# in a file of their own, which only a consumer that asks for the component loads, so that
+# the core is usable without Qt.
+if(TARGET zevcore-qt)
+    install(TARGETS zevcore-qt
+        EXPORT ZEVCoreQtTargets
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/zevcore-qt/
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zevcore-qt
+        FILES_MATCHING PATTERN "*.h")
+    install(EXPORT ZEVCoreQtTargets
+        NAMESPACE ZEVCore::
+        DESTINATION ${ZEV_CMAKE_DIR})
+endif()
+
 configure_package_config_file(
     ${PROJECT_SOURCE_DIR}/cmake/ZEVCoreConfig.cmake.in
     ${PROJECT_BINARY_DIR}/ZEVCoreConfig.cmake

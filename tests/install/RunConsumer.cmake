@@ -27,9 +27,9 @@ if(NOT last_output MATCHES "consumer: ok")
     message(FATAL_ERROR "unexpected consumer output: ${last_output}")
 endif()
 
-# The same program through pkg-config.
+# The same program through pkg-config (the core's consumer; the Qt component has no .pc file).
 find_program(PKG_CONFIG pkg-config)
-if(PKG_CONFIG)
+if(PKG_CONFIG AND NOT CMAKE_ONLY)
     file(GLOB pcdirs ${prefix}/lib*/pkgconfig ${prefix}/lib/*/pkgconfig)
     string(REPLACE ";" ":" pcpath "${pcdirs}")
     set(ENV{PKG_CONFIG_PATH} "${pcpath}")
