@@ -327,9 +327,12 @@ TEST_F(TriangleMesherTest, RegionsWithoutAreaGiveNoTrianglesAndNoCrash) {
     EXPECT_EQ(messageFilesLeft(), 0);
 }
 
-TEST_F(TriangleMesherTest, RepeatedPointsAndSegmentsAreMergedBeforeTriangleSeesThem) {
-    // Triangle itself crashes on both: a segment ending at a repeated point, and (in the
-    // refinement) the segment 0-1 given twice when the last point repeats point 1.
+using TriangleMesherRegression = TriangleMesherTest;
+
+// Cause: repeated points reached Triangle, which crashes on a segment ending at a repeated
+// point and (in the refinement) on the segment 0-1 given twice when the last point repeats
+// point 1.
+TEST_F(TriangleMesherRegression, RepeatedPointsAndSegmentsAreMergedBeforeTriangleSeesThem) {
     r.boundary = {0, 0, 10, 0, 10, 10, 10, 10, 0, 10};
     ASSERT_GT(r.run(m), 0);
     expectCovers(m, {}, 100, 1.0, 20.0);
