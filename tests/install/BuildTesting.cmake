@@ -9,8 +9,9 @@ include(CTest)
 add_subdirectory(\"${SOURCE_DIR}\" zevcore)
 ")
 
-# Only what decides on tests: no tools, binding, benchmarks or install rules to configure.
-set(lean -DZEV_BUILD_TOOLS=OFF -DZEV_BUILD_QT=OFF -DZEV_BUILD_BENCH=OFF -DZEV_INSTALL=OFF)
+# Only what decides on tests: no binding, benchmarks or install rules to configure (the
+# tools stay: the tests of the tree use them).
+set(lean -DZEV_BUILD_QT=OFF -DZEV_BUILD_BENCH=OFF -DZEV_INSTALL=OFF)
 
 # case id | source | build | arguments | whether the tree's tests are set up
 function(configure_case id source build tests)
