@@ -327,7 +327,7 @@ TEST_F(TriangleMesherTest, RegionsWithoutAreaGiveNoTrianglesAndNoCrash) {
     EXPECT_EQ(messageFilesLeft(), 0);
 }
 
-using TriangleMesherRegression = TriangleMesherTest;
+class TriangleMesherRegression : public TriangleMesherTest {};
 
 // Cause: repeated points reached Triangle, which crashes on a segment ending at a repeated
 // point and (in the refinement) on the segment 0-1 given twice when the last point repeats

@@ -416,7 +416,25 @@ public:
     void Text(HDC, double, double, double, double, const char*, COLORREF) override { ++calls; }
 };
 
-using DrawingRegression = DrawingTest;
+TEST(Drawing, NullAndDestroyedHandlesAnswerZero) {
+    EXPECT_EQ(drwDestroy(nullptr), 0);
+    EXPECT_EQ(drwGetBlocksNum(nullptr), 0);
+    EXPECT_EQ(drwPaint(nullptr, nullptr), 0);
+    EXPECT_EQ(InitilizePDRAWING(nullptr), nullptr);
+    CDrawing d;
+    EXPECT_FALSE(d.isOpen());
+    EXPECT_EQ(d.Line(0, 0, 1, 1), 0u);
+    EXPECT_FALSE(d.SaveDXFFile("x.dxf"));
+    ASSERT_TRUE(d.Create());
+    EXPECT_FALSE(d.Create());
+    EXPECT_EQ(d.GetWidthScale(), 1.0);
+    EXPECT_TRUE(d.Destroy());
+    EXPECT_FALSE(d.Destroy());
+}
+
+}  // namespace
+
+class DrawingRegression : public DrawingTest {};
 
 // Cause: a paint followed every insert, so blocks inserting themselves, or each the next ten
 // times over, painted for ever or for hours; it now stops at a block already open and at a
@@ -450,26 +468,6 @@ TEST_F(DrawingRegression, NestedInsertsPaintWithinABudget) {
     EXPECT_LE(painter.calls - selfOnly, 1000000 + 10);
     EXPECT_GT(painter.calls - selfOnly, 500000);
 }
-
-TEST(Drawing, NullAndDestroyedHandlesAnswerZero) {
-    EXPECT_EQ(drwDestroy(nullptr), 0);
-    EXPECT_EQ(drwGetBlocksNum(nullptr), 0);
-    EXPECT_EQ(drwPaint(nullptr, nullptr), 0);
-    EXPECT_EQ(InitilizePDRAWING(nullptr), nullptr);
-    CDrawing d;
-    EXPECT_FALSE(d.isOpen());
-    EXPECT_EQ(d.Line(0, 0, 1, 1), 0u);
-    EXPECT_FALSE(d.SaveDXFFile("x.dxf"));
-    ASSERT_TRUE(d.Create());
-    EXPECT_FALSE(d.Create());
-    EXPECT_EQ(d.GetWidthScale(), 1.0);
-    EXPECT_TRUE(d.Destroy());
-    EXPECT_FALSE(d.Destroy());
-}
-
-}  // namespace
-
-class DrawingRegression : public DrawingTest {};
 
 // A polyline's bulged sides were painted as straight chords.
 TEST_F(DrawingRegression, BulgedSidesArePaintedAsArcs) {

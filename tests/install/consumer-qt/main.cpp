@@ -1,10 +1,10 @@
 // A Qt program that only knows the installed library and its Qt component.
-#include <QApplication>
-#include <cstdio>
 #include <zevcore-qt/GridView.h>
 #include <zevcore-qt/QtConvert.h>
 #include <zevcore-qt/QtHost.h>
 #include <zevcore/zevcore.h>
+#include <QApplication>
+#include <cstdio>
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
@@ -15,7 +15,8 @@ int main(int argc, char** argv) {
     model.SetNumberRows(1);
     model.QuickSetText(1, 0, "cell");
     CZEVQtGridView view(model);
-    const bool ok = toCString(toQString("plate")) == CString("plate") && view.isWindow();
+    const bool ok =
+        zevqt::toCString(zevqt::toQString("plate")) == CString("plate") && view.isWindow();
     std::printf("consumer: %s (%s)\n", ok ? "ok" : "FAILED", ZEVCoreVersion());
     return ok ? 0 : 1;
 }
