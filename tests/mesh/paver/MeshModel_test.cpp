@@ -259,7 +259,9 @@ TEST(PaverModel, CopiesShareTheMeshAndMayOutliveTheirSource) {
 
 class BuiltInShape : public ::testing::TestWithParam<int> {};
 
-TEST_P(BuiltInShape, PavesCompletelyAndTheSameEveryTime) {
+// Whether a run covers its region is the business of PaverModes, which lists the stated
+// mode's gaps by name: closed fronts alone do not make a covered mesh (shape 4 leaves one).
+TEST_P(BuiltInShape, ClosesItsFrontsTheSameEveryTime) {
     auto run = [](TestModel& model) {
         model.DrawShape(GetParam());
         return model.Mesh(1, 0.5, 0, false);

@@ -266,7 +266,8 @@ void pairLeftovers(const std::vector<Pair>& pairs, std::vector<int>& mate) {
     std::vector<int> queue;
     for (int root = 0; root < count; ++root) {
         if (mate[root] >= 0 || options[root].empty()) continue;
-        queue.assign(1, root);
+        queue.clear();
+        queue.push_back(root);
         seen[root] = root;
         int end = -1;
         for (std::size_t head = 0; head < queue.size() && end < 0; ++head) {
