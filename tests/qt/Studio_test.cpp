@@ -233,6 +233,17 @@ private Q_SLOTS:
         QCOMPARE(dialogs.Asked().size(), size_t(1));
     }
 
+    // The OpenGL view's draw mode went back to solid and wireframe at every start.
+    void theDrawModeIsKeptForTheNextStart() {
+        {
+            StudioWindow window(m_host);
+            QCOMPARE(window.DrawMode(), studio::GLMeshScene::DrawMode::SolidAndWireframe);
+            window.SetDrawMode(studio::GLMeshScene::DrawMode::Wireframe);
+        }
+        StudioWindow next(m_host);
+        QCOMPARE(next.DrawMode(), studio::GLMeshScene::DrawMode::Wireframe);
+    }
+
     void init() {
         RegDeleteTreeA(HKEY_CURRENT_USER, "Software\\ZEV");
         Units::resetStyles();

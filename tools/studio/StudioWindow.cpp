@@ -41,6 +41,7 @@
 #include "zevcore-qt/QtConvert.h"
 #include "zevcore-qt/QtHost.h"
 #include "zevcore/files/FileRecovery.h"
+#include "zevcore/frame/Ini.h"
 #include "zevcore/frame/Progress.h"
 #include "zevcore/graphics/GraphicGrid.h"
 #include "zevcore/graphics/GridManager.h"
@@ -63,6 +64,8 @@ const char* const kRecentKey = "Software\\ZEV\\ZEVCore Studio\\Recent Files";
 constexpr int kRecentCount = 4;
 /// Where the "don't ask again" answers live.
 const char* const kQuestionsKey = "Software\\ZEV\\ZEVCore Studio\\Questions";
+/// The OpenGL view's draw mode, an ini setting under the studio's key.
+const char* const kDrawModeKey = "View\\DrawMode";
 
 std::string readText(const QString& path) {
     std::ifstream in(path.toStdString(), std::ios::binary);
@@ -230,12 +233,17 @@ void StudioWindow::buildMenus() {
         {"Wireframe", GLMeshScene::DrawMode::Wireframe}};
     QMenu* drawing = mesh->addMenu(tr("&Draw"));
     drawing->setEnabled(m_glView != nullptr);
+    // The mode chosen last time, kept with the application's settings.
+    setIniBase(kStudioRegistryBase);
+    int stored = 0;
+    if (readIniInt(kDrawModeKey, stored) == ERROR_SUCCESS && stored >= 0 && stored <= 2)
+        m_drawMode = static_cast<GLMeshScene::DrawMode>(stored);
+    if (m_glView) m_glView->SetMode(m_drawMode);
     for (const auto& [name, mode] : modeNames) {
-        QAction* action = drawing->addAction(tr(name), this, [this, mode = mode] {
-            if (m_glView) m_glView->SetMode(mode);
-        });
+        QAction* action =
+            drawing->addAction(tr(name), this, [this, mode = mode] { SetDrawMode(mode); });
         action->setCheckable(true);
-        action->setChecked(mode == GLMeshScene::DrawMode::SolidAndWireframe);
+        action->setChecked(mode == m_drawMode);
         modes->addAction(action);
     }
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
@@ -866,6 +874,15 @@ void StudioWindow::rebuildRecentMenu() {
     for (const QString& file : files)
         m_recentMenu->addAction(file, this, [this, file] { OpenFile(file); });
     m_recentMenu->setEnabled(!files.isEmpty());
+}
+
+void StudioWindow::SetDrawMode(GLMeshScene::DrawMode mode) {
+    m_drawMode = mode;
+    if (m_glView) m_glView->SetMode(mode);
+    setIniBase(kStudioRegistryBase);
+    if (const int status = writeIniInt(kDrawModeKey, static_cast<int>(mode));
+        status != ERROR_SUCCESS)
+        storeFailed(tr("The draw mode"), status);
 }
 
 bool StudioWindow::ShowingGL() const {

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 
+#include "tools/studio/GLMeshView.h"
 #include "tools/studio/History.h"
 #include "tools/studio/MeshOptions.h"
 #include "tools/studio/Project.h"
@@ -82,6 +83,9 @@ public:
     /// Whether the OpenGL view is the one shown.
     bool ShowingGL() const;
     void ShowGL(bool on);
+    /// The OpenGL view's draw mode, kept for the next start.
+    void SetDrawMode(GLMeshScene::DrawMode mode);
+    GLMeshScene::DrawMode DrawMode() const { return m_drawMode; }
     QPlainTextEdit* Summary() const { return m_summary; }
     QPlainTextEdit* Log() const { return m_log; }
     CPreferenceManager& Preferences() { return *m_preferences; }
@@ -169,6 +173,7 @@ private:
     QString m_projectPath;
     bool m_meshing = false;
     bool m_quietBackup = false;
+    GLMeshScene::DrawMode m_drawMode = GLMeshScene::DrawMode::SolidAndWireframe;
     bool m_stopRequested = false;
     int m_lines = 0;
     /// The bar of the paver run under way.
