@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <initializer_list>
 #include <random>
 #include <string>
 #include <vector>
@@ -280,18 +281,25 @@ TEST(ExpressionFlatForm, MatchesTheTreeWalkBitForBit) {
     auto pick = [&](const std::vector<std::string>& from) {
         return from[std::uniform_int_distribution<std::size_t>(0, from.size() - 1)(random)];
     };
+    // Pieces joined in a braced list are made left to right, so the expressions do not depend
+    // on the order a compiler evaluates the operands of +.
+    auto concat = [](std::initializer_list<std::string> pieces) {
+        std::string text;
+        for (const std::string& piece : pieces) text += piece;
+        return text;
+    };
     // An operand, possibly bracketed, negated, inverted or under a function.
     std::function<std::string(int)> operand = [&](int depth) -> std::string {
         const int kind = std::uniform_int_distribution<int>(0, 9)(random);
         if (depth > 0 && kind == 0)
-            return "(" + operand(depth - 1) + pick(operators) + operand(depth - 1) + ")";
+            return concat({"(", operand(depth - 1), pick(operators), operand(depth - 1), ")"});
         if (depth > 0 && kind == 1)
-            return "|" + operand(depth - 1) + "-" + operand(depth - 1) + "|";
-        if (depth > 0 && kind == 2) return "-" + operand(depth - 1);
-        if (depth > 0 && kind == 3) return "!" + operand(depth - 1);
+            return concat({"|", operand(depth - 1), "-", operand(depth - 1), "|"});
+        if (depth > 0 && kind == 2) return concat({"-", operand(depth - 1)});
+        if (depth > 0 && kind == 3) return concat({"!", operand(depth - 1)});
         if (depth > 0 && kind == 4)
-            return pick({"SIN", "COS", "TAN", "SQRT", "LOG", "ASIN"}) + "(" + operand(depth - 1) +
-                   ")";
+            return concat(
+                {pick({"SIN", "COS", "TAN", "SQRT", "LOG", "ASIN"}), "(", operand(depth - 1), ")"});
         return pick(atoms);
     };
 
