@@ -20,7 +20,7 @@ def signed_areas(nodes, elements):
 
 @pytest.mark.parametrize(
     "method, kind, corners",
-    [("paver", "quads", 4), ("extended", "quads", 4), ("triangle", "triangles", 3)],
+    [("stated", "quads", 4), ("paver", "quads", 4), ("triangle", "triangles", 3)],
 )
 def test_a_plate_with_a_hole_is_covered_by_counter_clockwise_elements(method, kind, corners):
     mesh = zevcore.mesh(SQUARE, holes=[HOLE], size=1.0, method=method)
@@ -109,7 +109,7 @@ def test_triangles_go_to_meshio_as_triangles():
 
 def test_progress_lines_reach_the_callback():
     lines = []
-    mesh = zevcore.mesh(SQUARE, size=1.0, progress=lines.append)
+    mesh = zevcore.mesh(SQUARE, size=1.0, method="stated", progress=lines.append)
     assert "Preparing shape for mesher..." in lines
     assert mesh.messages.startswith("Preparing shape for mesher...\n")
 
@@ -122,7 +122,7 @@ def test_a_callback_answering_false_stops_the_paver():
         return False
 
     with pytest.raises(zevcore.MeshStopped, match="^meshing was stopped$"):
-        zevcore.mesh(SQUARE, size=0.5, progress=stop_at_once)
+        zevcore.mesh(SQUARE, size=0.5, method="stated", progress=stop_at_once)
     assert len(calls) == 1
 
 
@@ -131,7 +131,7 @@ def test_what_the_callback_raises_stops_the_paver_and_comes_out():
         raise LookupError("enough: " + line)
 
     with pytest.raises(LookupError, match="^enough: Preparing shape for mesher...$"):
-        zevcore.mesh(SQUARE, size=0.5, progress=fail)
+        zevcore.mesh(SQUARE, size=0.5, method="stated", progress=fail)
     # The library is usable afterwards.
     assert zevcore.mesh(SQUARE, size=2.0).failure is None
 
@@ -149,7 +149,7 @@ def test_ctrl_c_stops_a_long_mesh():
     threading.Thread(target=interrupt, daemon=True).start()
     lines = []
     with pytest.raises(KeyboardInterrupt):
-        zevcore.mesh([(0, 0), (400, 0), (400, 400), (0, 400)], size=0.5,
+        zevcore.mesh([(0, 0), (400, 0), (400, 400), (0, 400)], size=0.5, method="stated",
                      progress=lambda line: (lines.append(line), first_line(line))[-1])
     assert "Smoothing the mesh..." not in lines
 

@@ -115,6 +115,7 @@ TEST(MeshRegion, TheStopFlagStopsThePaverAndTheWindowServiceIsPutBack) {
     std::atomic<bool> stop{false};
     std::vector<std::string> lines;
     zm::Options options;
+    options.method = zm::Method::Stated;
     options.size = 0.5;
     options.stop = &stop;
     options.progress = [&](const std::string& line) {
@@ -129,6 +130,7 @@ TEST(MeshRegion, TheStopFlagStopsThePaverAndTheWindowServiceIsPutBack) {
 TEST(MeshRegion, WhatTheProgressCallbackThrowsComesOut) {
     IZEVWindowService* before = &ZEVWindows();
     zm::Options options;
+    options.method = zm::Method::Stated;
     options.progress = [](const std::string&) { throw std::out_of_range("enough"); };
     EXPECT_THROW(zm::meshRegion(zm::regionFromLoops({kSquare}), options), std::out_of_range);
     EXPECT_EQ(&ZEVWindows(), before);

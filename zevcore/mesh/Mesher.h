@@ -51,8 +51,8 @@ ZEVCORE_API const char* methodName(Method method);
 /// The method of a name above; false when the name is none of them.
 ZEVCORE_API bool methodOfName(const std::string& name, Method& method);
 
-/// The paver mode Method::Paver means.
-constexpr Method kDefaultPaverMode = Method::Stated;
+/// The paver mode Method::Paver means: the extended mode, as in the tools.
+constexpr Method kDefaultPaverMode = Method::Extended;
 
 struct Options {
     Method method = Method::Paver;
