@@ -162,6 +162,21 @@ def test_a_drawing_is_meshed_with_its_hole_and_point(plate_dxf):
     assert mesh.quality["missed_interior_points"] == 0
 
 
+# The extended mode divides a polyline drawn for a curve afresh, so its elements cover the
+# region as it meshed it; checked against the drawn chords, a plate with round holes was called
+# open.
+def test_extended_mesh_of_round_holes_is_checked_against_the_region_as_meshed(tmp_path):
+    drawing = zevcore.dxf.Drawing()
+    drawing.polyline([(0, 0), (300, 0), (300, 200), (0, 200)], closed=True)
+    drawing.circle(60, 60, 11)
+    drawing.circle(150, 100, 30)
+    path = tmp_path / "holes.dxf"
+    drawing.save(path)
+    mesh = zevcore.mesh_dxf(path, size=10, method="extended")
+    assert mesh.failure is None
+    assert mesh.quality["joined"] and mesh.quality["covered"]
+
+
 def test_only_the_layers_asked_for_are_read(tmp_path):
     drawing = zevcore.dxf.Drawing()
     drawing.polyline(SQUARE, closed=True, layer="Plate")

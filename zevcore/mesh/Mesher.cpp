@@ -96,6 +96,11 @@ void runPaver(const Region& region, const Options& options, bool extended, Resul
         result.mesh.elements.push_back(e);
     }
     result.missedInteriorPoints = model.MissedInteriorPoints();
+    for (const auto& loop : model.MeshedLoops()) {
+        std::vector<Point> points;
+        for (const Paver::CPoint2D& p : loop) points.push_back({p.x, p.y});
+        result.meshed.loops.push_back(std::move(points));
+    }
     result.messages = model.messages.GetString();
 }
 
@@ -205,7 +210,7 @@ Result meshRegion(const Region& region, const Options& options) {
         runPaver(region, options, mode == Method::Extended, result);
     }
     result.quality = measureQuality(result.mesh);
-    result.coverage = measureCoverage(region, result.mesh);
+    result.coverage = measureCoverage(coveredRegion(region, result), result.mesh);
     if (!result.complete)
         result.failure = "the mesher stopped before every front was closed";
     else if (result.coverage.folded > 0)

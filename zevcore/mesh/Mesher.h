@@ -126,7 +126,16 @@ struct Result {
     std::string failure;
     /// The paver's progress lines, each ended by "\n".
     std::string messages;
+    /// The region as the mesher divided its outline (extended mode divides a polyline drawn
+    /// for a curve afresh, with every node on the drawn outline): the region the elements
+    /// cover. No loops when it meshed the region as given.
+    Region meshed;
 };
+
+/// The region a mesh is to cover: what the mesher meshed when it says so, else the given one.
+inline const Region& coveredRegion(const Region& given, const Result& result) {
+    return result.meshed.loops.empty() ? given : result.meshed;
+}
 
 /// Meshes the region. Throws std::invalid_argument for a region with a coordinate beyond
 /// kMaxCoordinate ("the region has a coordinate of ...") or a size that is not a positive
