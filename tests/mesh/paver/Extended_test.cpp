@@ -250,6 +250,16 @@ TEST(ExtendedMesh, TheSizeAskedIsTheSizeMade) {
     }
 }
 
+// The area bound went to Triangle as "8.0000000000000007e-05", which it reads as 8 followed by
+// other switches, so from a size of about a two-hundredth of the region the elements lost it.
+TEST(ExtendedMeshRegression, TheAreaBoundReachesTriangleWithoutAnExponent) {
+    Paver::CMeshModel model;
+    model.DrawShape1();
+    model.SetExtended(true);
+    ASSERT_TRUE(model.Mesh(1, 0.04, 0, false));
+    EXPECT_NEAR(medianSide(model) / 0.04, 1.0, 0.15);
+}
+
 // Progress lines give the size asked, and constraint points inside the region are met.
 TEST(ExtendedMesh, ReportsTheSizeAskedAndMeetsConstraintPoints) {
     Paver::CMeshModel model;

@@ -330,7 +330,9 @@ bool closeOpen(Work& w, const std::vector<std::pair<int, int>>& segments,
     for (int v : nodes) localOf(v);
     CZEVClassicLocaleScope classic;  // Triangle reads the area back in the C locale
     char area[64];
-    std::snprintf(area, sizeof area, "%.17g", 0.8 * pavedSize * pavedSize);
+    // Fixed digits: Triangle reads the number up to the first character that is neither a
+    // digit nor a point, so "8e-05" would be read as 8 and the next switch.
+    std::snprintf(area, sizeof area, "%.20f", 0.8 * pavedSize * pavedSize);
     // At 0.8 times the spacing squared, the split elements come out with a median side at
     // the size asked. No new nodes on the outline (Y), so that the elements round it still meet
     // node to node. A minimum angle of 28 degrees pairs well, but refining to it need not end where
