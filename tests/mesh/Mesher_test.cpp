@@ -68,7 +68,7 @@ TEST(RegionFromLoops, NamesTheLoopThatIsRefused) {
 
 TEST(MeshRegion, AnswersAMeshThatCoversTheRegionInEveryMethod) {
     const zm::Region region = zm::regionFromLoops({kSquare, kHole});
-    for (zm::Method method : {zm::Method::Paver, zm::Method::Extended, zm::Method::Triangle}) {
+    for (zm::Method method : {zm::Method::Stated, zm::Method::Extended, zm::Method::Triangle}) {
         zm::Options options;
         options.method = method;
         options.size = 1.0;

@@ -12,9 +12,7 @@
 #include <map>
 #include <random>
 
-#include "tools/zevcore/MeshChecks.h"
-#include "tools/zevcore/MeshPaver.h"
-#include "tools/zevcore/MeshTriangle.h"
+#include "tools/zevcore/MeshIo.h"
 
 using namespace zevtool::meshio;
 
@@ -35,7 +33,7 @@ Quality referenceQuality(const Mesh& mesh) {
     int measured = 0;
     for (const Element& e : mesh.elements) {
         if (!validElement(e, static_cast<int>(mesh.nodes.size()))) continue;
-        ElementShape s = measureElement(mesh, e);
+        zev::mesh::ElementShape s = measureElement(mesh, e);
         if (s.concave) ++q.concave;
         if (!std::isfinite(s.aspect)) {
             ++q.degenerate;
@@ -135,7 +133,10 @@ TEST(MeshChecks, AnswerAsFirstWrittenOnTriangleMeshes) {
     const Region plate =
         parseBoundaryText("0 0\n100 0\n100 60\n0 60\n0 0\n\n10 20\n10 30\n20 30\n20 20\n10 20\n");
     for (double area : {50.0, 2.0, 0.3}) {
-        const TriangleResult result = meshWithTriangle(plate, area, false);
+        zev::mesh::Options options;
+        options.method = zev::mesh::Method::Triangle;
+        options.maxArea = area;
+        const zev::mesh::Result result = zev::mesh::meshRegion(plate, options);
         expectSameChecks(plate, result.mesh, "area " + std::to_string(area));
     }
 }

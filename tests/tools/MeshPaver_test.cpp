@@ -1,4 +1,4 @@
-// The paver as the front ends run it, and the way they stop it: a throw from the window that
+// The paver as the front ends run it, and the way they stop it: a throw from the callback that
 // receives its progress lines.
 
 #include <gtest/gtest.h>
@@ -7,66 +7,47 @@
 
 #include "support/ExpectMessage.h"
 #include "support/TestEnv.h"
-#include "tools/zevcore/MeshPaver.h"
-#include "tools/zevcore/MeshTriangle.h"
-#include "zevcore/platform/services/Host.h"
+#include "tools/zevcore/MeshIo.h"
 
 using namespace zevtool::meshio;
 
 namespace {
 
 // Counts the progress lines and throws at line `stopAt` (never when 0).
-class StoppingWindow : public IZEVWindowService {
-public:
-    explicit StoppingWindow(int stopAt) : m_stopAt(stopAt) {}
-    LRESULT SendMessage(HWND, UINT message, WPARAM wParam, LPARAM lParam) override {
-        if (message != 0x8400 || wParam != 0 || lParam == 0) return 0;
-        if (++lines == m_stopAt) throw std::runtime_error("stopped by the user");
-        return 0;
-    }
-    bool PostMessage(HWND, UINT, WPARAM, LPARAM) override { return true; }
-    HWND MainWindow() override { return reinterpret_cast<HWND>(this); }
-    void PumpMessages() override {}
+struct Stopping {
+    explicit Stopping(int at) : stopAt(at) {}
+    int stopAt;
     int lines = 0;
-
-private:
-    int m_stopAt;
 };
 
-PaverResult run(StoppingWindow& window, const Region& region) {
-    IZEVWindowService* before = ZEVInstallWindows(&window);
-    PaverOptions options;
+zev::mesh::Result run(Stopping& stopping, const Region& region) {
+    zev::mesh::Options options;
     options.size = defaultSize(region);
-    options.progressWindow = window.MainWindow();
-    try {
-        PaverResult result = meshWithPaver(region, options);
-        ZEVInstallWindows(before);
-        return result;
-    } catch (...) {
-        ZEVInstallWindows(before);
-        throw;
-    }
+    options.progress = [&stopping](const std::string&) {
+        if (++stopping.lines == stopping.stopAt) throw std::runtime_error("stopped by the user");
+    };
+    return zev::mesh::meshRegion(region, options);
 }
 
 }  // namespace
 
 TEST(MeshPaver, AThrowFromTheProgressWindowStopsTheMesherAndTheNextRunIsWhole) {
     const Region shape = builtInShape(5);
-    StoppingWindow counting(0);
-    const PaverResult whole = run(counting, shape);
+    Stopping counting(0);
+    const zev::mesh::Result whole = run(counting, shape);
     ASSERT_GT(counting.lines, 4);
     EXPECT_TRUE(whole.complete);
     EXPECT_TRUE(measureCoverage(shape, whole.mesh).covered());
 
     // Stopped halfway: the exception comes out, the model freed on the way (the sanitizer
     // build would report a leak).
-    StoppingWindow stopping(counting.lines / 2);
+    Stopping stopping(counting.lines / 2);
     EXPECT_THROW_MSG(run(stopping, shape), std::runtime_error, "stopped by the user");
     EXPECT_EQ(stopping.lines, counting.lines / 2);
 
     // Nothing of the stopped run stays behind: the same region meshes to the same mesh.
-    StoppingWindow again(0);
-    const PaverResult after = run(again, shape);
+    Stopping again(0);
+    const zev::mesh::Result after = run(again, shape);
     EXPECT_EQ(again.lines, counting.lines);
     ASSERT_EQ(after.mesh.nodes.size(), whole.mesh.nodes.size());
     ASSERT_EQ(after.mesh.elements.size(), whole.mesh.elements.size());
@@ -108,7 +89,7 @@ TEST(MeshTriangle, AreasThatWouldTakeTooLongAreNamed) {
         {&holed, 1e-320, "would need at least inf triangles (at most 500000; give a larger area)"},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(triangleCountProblem(*c.region, c.maxArea), c.problem) << c.maxArea;
+        EXPECT_EQ(zev::mesh::triangleCountProblem(*c.region, c.maxArea), c.problem) << c.maxArea;
 }
 
 // Elements over a unit square. Joined, they cover it; two nodes at one place, a node on
@@ -144,16 +125,16 @@ TEST(MeshPaver, CoverageNeedsElementsJoinedSideToSide) {
 // standard output) and the region was left open.
 TEST(MeshPaverRegression, ExtendedFinishIgnoresTheProcessLocale) {
     const Region shape = builtInShape(3);
-    PaverOptions options;
+    zev::mesh::Options options;
     options.size = defaultSize(shape);
-    options.extended = true;
-    const PaverResult inC = meshWithPaver(shape, options);
+    options.method = zev::mesh::Method::Extended;
+    const zev::mesh::Result inC = zev::mesh::meshRegion(shape, options);
     ASSERT_TRUE(inC.complete);
 
     zevtest::ScopedDecimalCommaLocale comma;
     if (!comma.active()) GTEST_SKIP() << "no decimal-comma locale can be had here";
     testing::internal::CaptureStdout();
-    const PaverResult inComma = meshWithPaver(shape, options);
+    const zev::mesh::Result inComma = zev::mesh::meshRegion(shape, options);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_TRUE(inComma.complete);
     ASSERT_EQ(inComma.mesh.elements.size(), inC.mesh.elements.size());

@@ -30,8 +30,6 @@
 #include "tools/studio/MeshView.h"
 #include "tools/studio/Recovery.h"
 #include "tools/zevcore/MeshDxf.h"
-#include "tools/zevcore/MeshPaver.h"
-#include "tools/zevcore/MeshTriangle.h"
 #include "tools/zevcore/Output.h"
 #include "tools/zevcore/PrefsTree.h"
 #include "tools/zevcore/RenderIo.h"
@@ -252,24 +250,22 @@ void StudioWindow::buildMenus() {
     rebuildRecentMenu();
 }
 
-LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == kProgressLineMessage) {
-        if (wParam != 0 || lParam == 0) return 0;  // the mesher clearing its lines
-        const QString line =
-            withLengthUnits(QString::fromUtf8(reinterpret_cast<const char*>(lParam)).trimmed());
-        ++m_lines;
-        if (!line.isEmpty() && line != ".") logLine(line);
-        if (onProgressLine) onProgressLine(m_lines);
-        if (m_meshing) {
-            m_host.Windows().PumpMessages();
-            // The library's own increment starts again from a tenth when it passes the end.
-            const bool stopped = UpdateProgressDialog(
-                m_progress ? m_progress->Line(line) : 0.0,
-                line.isEmpty() || line == "." ? nullptr : line.toUtf8().constData(), 0);
-            if (stopped || m_stopRequested) throw MeshStopped();
-        }
-        return 0;
+void StudioWindow::progressLine(const std::string& text) {
+    const QString line = withLengthUnits(QString::fromUtf8(text.c_str()).trimmed());
+    ++m_lines;
+    if (!line.isEmpty() && line != ".") logLine(line);
+    if (onProgressLine) onProgressLine(m_lines);
+    if (m_meshing) {
+        m_host.Windows().PumpMessages();
+        // The library's own increment starts again from a tenth when it passes the end.
+        const bool stopped = UpdateProgressDialog(
+            m_progress ? m_progress->Line(line) : 0.0,
+            line.isEmpty() || line == "." ? nullptr : line.toUtf8().constData(), 0);
+        if (stopped || m_stopRequested) throw MeshStopped();
     }
+}
+
+LRESULT StudioWindow::handleMessage(UINT message, WPARAM wParam, LPARAM) {
     if (message == WM_ZEV_PROGRESS_STOP) {
         m_stopRequested = true;
         return 0;
@@ -377,8 +373,14 @@ bool StudioWindow::OpenFile(const QString& path) {
     m_summary->clear();
     m_log->clear();
     showRegion();
-    if (!m_mesh.elements.empty())
-        showSummary(meshFile ? "msh file" : settings.method, 0, QString());
+    if (!m_mesh.elements.empty()) {
+        zev::mesh::Result read;
+        read.mesh = m_mesh;
+        read.quality = measureQuality(m_mesh);
+        read.coverage = measureCoverage(m_region, m_mesh);
+        read.interiorPoints = static_cast<int>(m_region.interiorPoints.size());
+        showSummary(read, QString(), meshFile ? "msh file" : settings.method.c_str());
+    }
     addRecent(path);
     if (auto* last = preference<CFilePreference>(*m_preferences, zevtool::kPrefLastFile)) {
         last->SetFile(zevqt::toCString(path));
@@ -536,8 +538,15 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     m_summary->setPlainText(tr("Meshing..."));
     setStatus(tr("Meshing..."));
     m_stopRequested = false;
-    Mesh mesh;
-    int missed = 0;
+    zev::mesh::Options options;
+    options.method = settings.method == "triangle" ? zev::mesh::Method::Triangle
+                     : settings.extended           ? zev::mesh::Method::Extended
+                                                   : zev::mesh::Method::Stated;
+    options.size = settings.size;
+    options.divisions = settings.divisions;
+    options.maxArea = settings.maxArea;
+    options.progress = [this](const std::string& line) { progressLine(line); };
+    zev::mesh::Result result;
     bool stopped = false;
     QString failure;
     m_meshing = true;
@@ -547,39 +556,23 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
     menuBar()->setEnabled(false);
     enableUndo(false);
     m_host.Cursor().BeginWaitCursor();
-    if (settings.method == "triangle") {
-        const double maxArea = settings.maxArea > 0.0
-                                   ? settings.maxArea
-                                   : std::sqrt(3.0) / 4.0 * settings.size * settings.size;
-        TriangleResult triangles = meshWithTriangle(m_region, maxArea, false);
-        if (!triangles.error.empty())
-            failure = QString::fromUtf8(triangles.error.c_str());
-        else
-            mesh = std::move(triangles.mesh), missed = triangles.missedInteriorPoints;
-    } else {
+    const bool paver = options.method != zev::mesh::Method::Triangle;
+    if (paver) {
         StartProgressDialog("Meshing", true, true, false, m_handle, 0);
         m_progress =
             std::make_unique<ProgressEstimate>(expectedStageLines(m_region, settings.size));
-        PaverOptions options;
-        options.size = settings.size;
-        options.divisions = settings.divisions;
-        options.extended = settings.extended;
-        options.progressWindow = m_handle;
-        options.message = kProgressLineMessage;
-        try {
-            PaverResult result = meshWithPaver(m_region, options);
-            mesh = std::move(result.mesh);
-            missed = result.missedInteriorPoints;
-            m_meshedRegion = std::move(result.meshed);
-            if (!result.complete) failure = tr("the mesher stopped before every front was closed");
-        } catch (const MeshStopped&) {
-            stopped = true;
-        } catch (const std::exception& e) {
-            failure = QString::fromUtf8(e.what());
-        }
-        KillProgressDialog(0);
-        m_progress.reset();
     }
+    try {
+        result = zev::mesh::meshRegion(m_region, options);
+        m_meshedRegion = result.meshed;
+        if (!result.complete) failure = tr("the mesher stopped before every front was closed");
+    } catch (const MeshStopped&) {
+        stopped = true;
+    } catch (const std::exception& e) {
+        failure = QString::fromUtf8(e.what());
+    }
+    if (paver) KillProgressDialog(0);
+    m_progress.reset();
     m_host.Cursor().EndWaitCursor();
     menuBar()->setEnabled(true);
     m_gridView->setEnabled(true);
@@ -596,7 +589,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         setStatus(tr("Meshing stopped"));
         return MeshOutcome::Stopped;
     }
-    m_mesh = std::move(mesh);
+    m_mesh = result.mesh;
     m_view->SetMesh(m_mesh);
     if (m_glView) m_glView->SetMesh(m_mesh);
     if (m_mesh.elements.empty()) {
@@ -605,7 +598,7 @@ StudioWindow::MeshOutcome StudioWindow::MeshNow() {
         setStatus(tr("Meshing failed"));
         return MeshOutcome::Failed;
     }
-    const Coverage coverage = showSummary(settings.method, missed, failure);
+    const zev::mesh::Coverage coverage = showSummary(result, failure);
     const bool covered = coverage.covered();
     record(tr("Mesh"), std::move(before));
     backUpNow();
@@ -683,13 +676,16 @@ void StudioWindow::enableUndo(bool on) {
     m_redoAction->setEnabled(on && m_undo->canRedo());
 }
 
-Coverage StudioWindow::showSummary(const std::string& method, int missed, const QString& failure) {
-    const Quality quality = measureQuality(m_mesh);
-    std::string summary = summaryText(method, m_mesh, quality, missed,
-                                      static_cast<int>(m_region.interiorPoints.size()));
-    if (method == "triangle") summary += triangleSummaryText(m_mesh, quality, false);
-    const Coverage coverage =
-        measureCoverage(m_meshedRegion.loops.empty() ? m_region : m_meshedRegion, m_mesh);
+zev::mesh::Coverage StudioWindow::showSummary(const zev::mesh::Result& result,
+                                              const QString& failure, const char* source) {
+    // The report `zevcore mesh` prints, with the coverage in one line.
+    std::string summary = zev::mesh::summaryText(result);
+    summary.erase(summary.find("joined:"));
+    if (source) {
+        const size_t from = summary.find_first_not_of(' ', summary.find(':') + 1);
+        summary.replace(from, summary.find('\n') - from, source);
+    }
+    const zev::mesh::Coverage& coverage = result.coverage;
     char line[200];
     std::snprintf(line, sizeof line, "covered:           %s (folded elements: %d)\n",
                   coverage.covered() ? "yes" : "no", coverage.folded);

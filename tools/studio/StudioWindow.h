@@ -17,7 +17,6 @@
 #include "tools/studio/MeshOptions.h"
 #include "tools/studio/Project.h"
 #include "tools/zevcore/MeshIo.h"
-#include "tools/zevcore/MeshPaver.h"
 #include "zevcore/platform/Types.h"
 
 class CZEVQtHost;
@@ -135,9 +134,13 @@ private:
     void rebuildRecentMenu();
     void setStatus(const QString& text);
     void error(const QString& text);
-    /// The quality summary of the mesh shown; answers how far the mesh covers the region.
-    zevtool::meshio::Coverage showSummary(const std::string& method, int missedInteriorPoints,
-                                          const QString& failure);
+    /// The report of a mesh, `source` standing in the method's place when given; answers how far
+    /// the mesh covers the region.
+    zev::mesh::Coverage showSummary(const zev::mesh::Result& result, const QString& failure,
+                                    const char* source = nullptr);
+    /// A progress line of the paver: logged, counted, the interface given time; throws out of
+    /// the paver when the user stopped it.
+    void progressLine(const std::string& line);
     MeshSettings defaultSettings() const;
 
     CZEVQtHost& m_host;

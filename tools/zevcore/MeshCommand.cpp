@@ -11,10 +11,7 @@
 #include "tools/zevcore/Command.h"
 #include "tools/zevcore/MeshDxf.h"
 #include "tools/zevcore/MeshIo.h"
-#include "tools/zevcore/MeshPaver.h"
-#include "tools/zevcore/MeshTriangle.h"
 #include "tools/zevcore/Output.h"
-#include "zevcore/platform/services/Host.h"
 
 namespace zevtool {
 namespace {
@@ -94,42 +91,36 @@ struct Options {
     bool keepPartial = false;
 };
 
-using Result = PaverResult;
-
-// The progress lines of a mesher arrive as window messages; this window prints them on
-// stderr. The mesher's row dots run on one line, and a line repeated many times in a row is
-// printed once with its count.
-class StderrProgress : public IZEVWindowService {
+// Prints the paver's progress lines on stderr: the row dots run on one line, and a line
+// repeated many times in a row is printed once with its count.
+class StderrProgress {
 public:
-    static constexpr UINT kMessage = 0x8400;
     explicit StderrProgress(bool quiet) : m_quiet(quiet) {}
-    ~StderrProgress() override { flush(); }
-    LRESULT SendMessage(HWND, UINT message, WPARAM wParam, LPARAM lParam) override {
-        if (m_quiet || message != kMessage || wParam != 0 || lParam == 0) return 0;
+    ~StderrProgress() { flush(); }
+    StderrProgress(const StderrProgress&) = delete;
+    StderrProgress& operator=(const StderrProgress&) = delete;
+    void operator()(const std::string& text) {
+        if (m_quiet) return;
         std::string line;
-        for (const char* c = reinterpret_cast<const char*>(lParam); *c; ++c)
-            if (*c != '\r') line += *c;
+        for (char c : text)
+            if (c != '\r') line += c;
         if (line == ".") {
             flushRepeats();
             std::cerr << '.';
             m_dots = true;
-            return 0;
+            return;
         }
         if (line == m_last && !line.empty()) {
             ++m_repeats;
-            return 0;
+            return;
         }
         flush();
-        if (line.find_first_not_of(" \n") == std::string::npos) return 0;
+        if (line.find_first_not_of(" \n") == std::string::npos) return;
         while (!line.empty() && line.back() == '\n') line.pop_back();
         while (!line.empty() && line.front() == '\n') line.erase(0, 1);
         std::cerr << line << '\n';
         m_last = line;
-        return 0;
     }
-    bool PostMessage(HWND, UINT, WPARAM, LPARAM) override { return true; }
-    HWND MainWindow() override { return reinterpret_cast<HWND>(this); }
-    void PumpMessages() override {}
 
 private:
     void flushRepeats() {
@@ -147,27 +138,6 @@ private:
     std::string m_last;
     int m_repeats = 0;
 };
-
-Result runPaver(const Region& region, const Options& options, double size) {
-    StderrProgress progress(options.quiet);
-    IZEVWindowService* before = ZEVInstallWindows(&progress);
-    PaverOptions paver;
-    paver.size = size;
-    paver.divisions = options.divisions;
-    paver.limit = options.limit;
-    paver.extended = !options.stated;
-    paver.progressWindow = progress.MainWindow();
-    paver.message = StderrProgress::kMessage;
-    Result result;
-    try {
-        result = meshWithPaver(region, paver);
-    } catch (...) {
-        ZEVInstallWindows(before);
-        throw;
-    }
-    ZEVInstallWindows(before);
-    return result;
-}
 
 Options readOptions(const std::vector<std::string>& args) {
     Options o;
@@ -255,20 +225,16 @@ Input readInput(const Options& o) {
     return in;
 }
 
-Result runTriangle(const Region& region, const Options& o, double size) {
-    double maxArea = o.maxArea ? *o.maxArea : std::sqrt(3.0) / 4.0 * size * size;
-    if (const std::string problem = triangleCountProblem(region, maxArea); !problem.empty()) {
+// The triangle run's bound, named by the option that set it.
+void checkTriangles(const Region& region, const Options& o, double size) {
+    const double maxArea = o.maxArea ? *o.maxArea : std::sqrt(3.0) / 4.0 * size * size;
+    if (const std::string problem = zev::mesh::triangleCountProblem(region, maxArea);
+        !problem.empty()) {
         char option[64];
         std::snprintf(option, sizeof option, o.maxArea ? "--max-area %g " : "--size %g ",
                       o.maxArea ? maxArea : size);
         throw UsageError(option + problem);
     }
-    TriangleResult triangles = meshWithTriangle(region, maxArea, o.conforming);
-    if (!triangles.error.empty()) throw std::runtime_error(triangles.error);
-    Result result;
-    result.mesh = std::move(triangles.mesh);
-    result.missedInteriorPoints = triangles.missedInteriorPoints;
-    return result;
 }
 
 void checkSize(const Region& region, double size, bool paver) {
@@ -289,36 +255,27 @@ int runMesh(const std::vector<std::string>& args) {
         throw UsageError("the region " + problem);
     const double size = input.size > 0.0 ? input.size : defaultSize(region);
     checkSize(region, size, o.method != "triangle");
-    const Result result =
-        o.method == "triangle" ? runTriangle(region, o, size) : runPaver(region, o, size);
+    const bool triangles = o.method == "triangle";
+    if (triangles) checkTriangles(region, o, size);
 
-    Quality quality = measureQuality(result.mesh);
-    std::cout << summaryText(o.method, result.mesh, quality, result.missedInteriorPoints,
-                             static_cast<int>(region.interiorPoints.size()));
-    if (o.method == "triangle")
-        std::cout << triangleSummaryText(result.mesh, quality, o.conforming);
-    const Coverage coverage = measureCoverage(coveredRegion(region, result), result.mesh);
-    char line[200];
-    std::snprintf(line, sizeof line,
-                  "joined:            %s (open sides %.6g of outline %.6g; sides misjoined: %d)\n",
-                  coverage.joined() ? "yes" : "no", coverage.openLength, coverage.outlineLength,
-                  coverage.misjoined);
-    std::cout << line;
-    std::snprintf(line, sizeof line,
-                  "covered:           %s (elements %.6g of region %.6g; folded elements: %d)\n",
-                  coverage.covered() ? "yes" : "no", coverage.elementArea, coverage.regionArea,
-                  coverage.folded);
-    std::cout << line;
+    zev::mesh::Options mesher;
+    mesher.method = triangles  ? zev::mesh::Method::Triangle
+                    : o.stated ? zev::mesh::Method::Stated
+                               : zev::mesh::Method::Extended;
+    mesher.size = size;
+    mesher.divisions = o.divisions;
+    mesher.limit = o.limit;
+    mesher.maxArea = o.maxArea.value_or(0.0);
+    mesher.conforming = o.conforming;
+    zev::mesh::Result result;
+    {
+        StderrProgress progress(o.quiet);
+        mesher.progress = [&progress](const std::string& line) { progress(line); };
+        result = zev::mesh::meshRegion(region, mesher);
+    }
+    std::cout << zev::mesh::summaryText(result, o.conforming);
 
-    std::string failure;
-    if (!result.complete)
-        failure = "the mesher stopped before every front was closed";
-    else if (coverage.folded > 0)
-        failure = std::to_string(coverage.folded) + " folded element(s)";
-    else if (!coverage.joined())
-        failure = "the elements do not join side to side";
-    else if (!coverage.covered())
-        failure = "the elements do not cover the region";
+    std::string failure = result.failure;
     if (!failure.empty() && o.stated)
         failure += " (leave out --stated: the extended mode covers the region)";
     PendingOutputs outputs;

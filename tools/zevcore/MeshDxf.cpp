@@ -18,7 +18,7 @@
 #include <sstream>
 #include <utility>
 
-#include "tools/zevcore/MeshPaver.h"
+#include "tools/zevcore/MeshIo.h"
 #include "zevcore/files/dxf/DxfFileWrite.h"
 #include "zevcore/platform/services/Desktop.h"
 #include "zevcore/quantities/Units.h"

@@ -15,13 +15,11 @@
 #include "tools/zevcore/Command.h"
 #include "tools/zevcore/MeshDxf.h"
 #include "tools/zevcore/MeshIo.h"
-#include "tools/zevcore/MeshTriangle.h"
 #include "tools/zevcore/Output.h"
 #include "tools/zevcore/RenderIo.h"
 #include "zevcore/graphics/GLState.h"
 #include "zevcore/graphics/GLSymbols.h"
 #include "zevcore/graphics/GraphicsDisplayList.h"
-#include "zevcore/mesh/paver/MeshModel.h"
 #include "zevcore/platform/gl/GLPlatform.h"
 
 namespace zevtool {
@@ -93,18 +91,6 @@ bool endsWith(const std::string& text, const char* tail) {
     });
 }
 
-Region builtInShape(int n) {
-    Paver::CMeshModel model;
-    model.DrawShape(n);
-    Region region;
-    for (const auto& lines : model.boundaries) {
-        std::vector<Point> loop;
-        for (const Paver::CLine2D& line : lines) loop.push_back({line.start.x, line.start.y});
-        region.loops.push_back(loop);
-    }
-    return region;
-}
-
 void bounds(const Scene& s, double& minX, double& minY, double& maxX, double& maxY) {
     minX = minY = HUGE_VAL, maxX = maxY = -HUGE_VAL;
     auto take = [&](const Point& p) {
@@ -135,37 +121,22 @@ void meshRegion(Scene& s, const Options& o) {
         throw UsageError(
             "--element-size is too small for the region (at most 100000 boundary "
             "segments)");
+    zev::mesh::Options mesher;
+    mesher.size = size;
     if (o.method == "triangle") {
+        mesher.method = zev::mesh::Method::Triangle;
         const double maxArea = std::sqrt(3.0) / 4.0 * size * size;
-        if (const std::string problem = meshio::triangleCountProblem(s.region, maxArea);
+        if (const std::string problem = zev::mesh::triangleCountProblem(s.region, maxArea);
             !problem.empty())
             throw UsageError("--element-size is too small for the region: it " + problem);
-        meshio::TriangleResult t = meshio::meshWithTriangle(s.region, maxArea, false);
-        if (!t.error.empty()) throw std::runtime_error(t.error);
-        s.mesh = std::move(t.mesh);
-        return;
+    } else {
+        if (const std::string lines = meshio::paverLineProblem(s.region); !lines.empty())
+            throw UsageError(lines);
+        mesher.method = o.stated ? zev::mesh::Method::Stated : zev::mesh::Method::Extended;
     }
-    if (const std::string lines = meshio::paverLineProblem(s.region); !lines.empty())
-        throw UsageError(lines);
-    Paver::CMeshModel model;
-    model.SetExtended(!o.stated);
-    for (const auto& loop : s.region.loops) {
-        for (size_t i = 0; i < loop.size(); ++i) {
-            const Point &a = loop[i], &b = loop[(i + 1) % loop.size()];
-            model.AddBoundaryLine(Paver::CLine2D({a.x, a.y}, {b.x, b.y}));
-        }
-        model.AddBoundary();
-    }
-    for (const Point& p : s.region.interiorPoints) model.interiorPoints.emplace_back(p.x, p.y);
-    for (const Point& p : s.region.boundaryPoints) model.boundaryPoints.emplace_back(p.x, p.y);
-    s.partial = !model.Mesh(1, size, 0, false) || !model.fronts.empty();
-    for (int i = 0; i < model.NumVertices(); ++i)
-        s.mesh.nodes.push_back({model.GetX(i), model.GetY(i)});
-    for (int q = 0; q < model.NumQuads(); ++q) {
-        meshio::Element e;
-        for (int c = 0; c < 4; ++c) e.v[static_cast<size_t>(c)] = model.GetQuadVertIndex(q, c);
-        s.mesh.elements.push_back(e);
-    }
+    zev::mesh::Result result = zev::mesh::meshRegion(s.region, mesher);
+    s.partial = !result.complete;
+    s.mesh = std::move(result.mesh);
 }
 
 Scene readScene(const Options& o) {
@@ -173,7 +144,7 @@ Scene readScene(const Options& o) {
     const std::string& in = o.input;
     try {
         if (o.shape) {
-            s.region = builtInShape(*o.shape);
+            s.region = meshio::builtInShape(*o.shape);
         } else if (endsWith(in, ".msh")) {
             s.mesh = render::readMshFile(in);
             return s;

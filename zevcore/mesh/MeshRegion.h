@@ -4,6 +4,7 @@
 // constraint points, read from a boundary file or built from points, and checked before any
 // mesher sees it. See docs/mesh.md for the boundary file.
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -43,6 +44,24 @@ private:
     int m_line;
 };
 
+/// Whether the closed segments a-b and c-d touch or cross.
+ZEVCORE_API bool segmentsMeet(const Point& a, const Point& b, const Point& c, const Point& d);
+
+/// How closed loops lie (each a list of corners, the closing side implied). With `meet`, two
+/// sides meet (touch, cross or overlap; the two sides of a corner excepted): `first` and
+/// `second` name one such pair, `first` in the earlier loop (or the earlier side of one loop).
+/// Without, `parent` gives the innermost loop around each loop (-1 for none) and `depth` how
+/// many loops hold it. An n log n sweep.
+struct LoopLayout {
+    struct Place {
+        int loop = -1, side = -1;
+    };
+    bool meet = false;
+    Place first, second;
+    std::vector<int> parent, depth;
+};
+ZEVCORE_API LoopLayout layOutLoops(const std::vector<std::vector<Point>>& loops);
+
 /// Parses the text of a boundary file. Throws InputError on anything that is not a valid
 /// region: non-numbers, too few points, a loop not closed, a loop crossing itself or another,
 /// a hole outside the outer boundary. Orients the outer loop counter-clockwise and the holes
@@ -50,8 +69,13 @@ private:
 ZEVCORE_API Region parseBoundaryText(const std::string& text);
 /// Throws the InputError on line 0 that a path naming a folder gets from every reader.
 ZEVCORE_API void refuseFolder(const std::string& path);
-/// The whole text of an input file; an unreadable file (or a folder) is an InputError on
-/// line 0.
+/// Input files larger than this are refused, with `kTooLarge`, before they are read whole.
+constexpr std::size_t kMaxInputBytes = std::size_t{64} << 20;
+inline constexpr const char* kTooLarge = "cannot read the file: it is larger than 64 MiB";
+/// Throws the InputError on line 0 that a file larger than kMaxInputBytes gets.
+ZEVCORE_API void refuseLargeFile(const std::string& path);
+/// The whole text of an input file; an unreadable file (or a folder, or one larger than
+/// kMaxInputBytes) is an InputError on line 0.
 ZEVCORE_API std::string readInputFile(const std::string& path);
 /// Reads and parses a boundary file.
 ZEVCORE_API Region readBoundaryFile(const std::string& path);
@@ -64,6 +88,13 @@ ZEVCORE_API Region readBoundaryFile(const std::string& path);
 ZEVCORE_API Region regionFromLoops(const std::vector<std::vector<Point>>& loops,
                                    const std::vector<Point>& interiorPoints = {},
                                    const std::vector<Point>& boundaryPoints = {});
+
+/// The paver lays at least one boundary segment on every line of the outline, and is not
+/// given more lines than this: "the region has 150000 boundary lines (the paver takes at most
+/// 100000; --method triangle takes more)".
+constexpr std::size_t kMaxPaverLines = 100000;
+/// That refusal for the region, or "" when its lines are few enough.
+ZEVCORE_API std::string paverLineProblem(const Region& region);
 
 /// Signed area of a closed loop; positive when counter-clockwise.
 ZEVCORE_API double signedArea(const std::vector<Point>& loop);

@@ -137,9 +137,18 @@ inline const Region& coveredRegion(const Region& given, const Result& result) {
     return result.meshed.loops.empty() ? given : result.meshed;
 }
 
+/// A triangle run is refused when the region's meshed area over the largest triangle area
+/// asked for (the fewest triangles that can cover it) exceeds this.
+constexpr double kMaxTriangles = 500000;
+/// Why meshing the region with triangles of at most `maxArea` would take too long: "" when it
+/// would not, else the reason, as "would need at least 1e+06 triangles (at most 500000; give a
+/// larger area)".
+ZEVCORE_API std::string triangleCountProblem(const Region& region, double maxArea);
+
 /// Meshes the region. Throws std::invalid_argument for a region with a coordinate beyond
 /// kMaxCoordinate ("the region has a coordinate of ...") or a size that is not a positive
-/// number or needs too much work ("the size 0.001 would need ..."); std::runtime_error with
+/// number or needs too much work ("the size 0.001 would need ...", "the largest area 1e-06
+/// would need at least 1e+06 triangles ..."); std::runtime_error with
 /// Triangle's diagnostic when it made no triangles; Stopped, or what the progress callback
 /// threw, when the paver was stopped. A mesh that fails its checks is answered, with
 /// `failure` saying why.
