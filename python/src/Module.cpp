@@ -320,21 +320,6 @@ std::string formatQuantity(double value, const std::string& category, const py::
 
 // ---- Expressions -------------------------------------------------------------------------
 
-const char* evaluationError(int code) {
-    switch (code) {
-        case CExpression::kDivisionByZero:
-            return "division by zero";
-        case CExpression::kUnknownVariable:
-            return "variable not found";
-        case CExpression::kOutsideDomain:
-            return "argument outside the function's domain";
-        case CExpression::kMissingOperand:
-            return "missing operand";
-        default:
-            return "error";
-    }
-}
-
 // The parser takes a name only when the table knows it; every run of letters, digits and
 // points holding a letter could be one, so each gets a stand-in for the parse.
 std::vector<std::string> possibleNames(const std::string& text) {
@@ -408,7 +393,8 @@ public:
             throw py::error_already_set();
         }
         if (error != CExpression::kNoError)
-            throw py::value_error(std::string(evaluationError(error)) + " in '" + m_text + "'");
+            throw py::value_error(std::string(CExpression::ErrorText(error)) + " in '" + m_text +
+                                  "'");
         return result;
     }
     const std::string& text() const { return m_text; }

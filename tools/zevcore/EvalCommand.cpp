@@ -28,21 +28,6 @@ constexpr const char* kHelp =
     "  --var <name>=<number>  a variable (names are case-sensitive); may be repeated\n"
     "  -h, --help             show this help and exit\n";
 
-const char* meaning(int code) {
-    switch (code) {
-        case CExpression::kDivisionByZero:
-            return "division by zero";
-        case CExpression::kUnknownVariable:
-            return "variable not found";
-        case CExpression::kOutsideDomain:
-            return "argument outside the function's domain";
-        case CExpression::kMissingOperand:
-            return "missing operand";
-        default:
-            return "error";
-    }
-}
-
 int run(const std::vector<std::string>& args) {
     std::vector<std::string> assignments;
     std::vector<std::string> positional = ArgReader(args).texts("--var", assignments).parse(1);
@@ -66,8 +51,9 @@ int run(const std::vector<std::string>& args) {
     double value = 0.0;
     int error = expression.Value(value);
     if (error != CExpression::kNoError)
-        throw std::runtime_error("error " + std::to_string(error) + " (" + meaning(error) +
-                                 "), value " + shortestNumber(value));
+        throw std::runtime_error("error " + std::to_string(error) + " (" +
+                                 CExpression::ErrorText(error) + "), value " +
+                                 shortestNumber(value));
     // The evaluator does not check overflow; a number that is no number is not an answer.
     if (!std::isfinite(value))
         throw std::runtime_error("the result is not a finite number (" + shortestNumber(value) +

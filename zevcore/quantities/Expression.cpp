@@ -9,6 +9,21 @@
 
 int CExpression::sError = kNoError;
 
+const char* CExpression::ErrorText(int code) {
+    switch (code) {
+        case kDivisionByZero:
+            return "division by zero";
+        case kUnknownVariable:
+            return "variable not found";
+        case kOutsideDomain:
+            return "argument outside the function's domain";
+        case kMissingOperand:
+            return "missing operand";
+        default:
+            return "error";
+    }
+}
+
 namespace {
 
 bool isDigit(char c) {

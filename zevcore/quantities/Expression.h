@@ -144,6 +144,10 @@ public:
     static constexpr int kUnknownVariable = 3;
     static constexpr int kOutsideDomain = 4;
     static constexpr int kMissingOperand = 10;
+    /// A few words for an error code of Value(), as the front ends show it: "division by zero",
+    /// "variable not found", "argument outside the function's domain", "missing operand", and
+    /// "error" for any other code.
+    static const char* ErrorText(int code);
 
     CExpression() = default;
     explicit CExpression(CValueMap* variables) : m_variables(variables) {}
